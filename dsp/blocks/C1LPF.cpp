@@ -1,0 +1,49 @@
+#include "blocks/C1LPF.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace
+{
+// Lowest normalised corner: keeps the pole strictly below 1.
+constexpr float minNormFreq = 1e-8f;
+constexpr float pi = 3.1415927f;
+constexpr float twoPi = 6.2831855f;
+}
+
+C1LPF::C1LPF()
+    : pole(0.0f), normFreq(0.0f)
+{
+    clear();
+}
+
+void C1LPF::process(float* sample)
+{
+    const float x = *sample;
+    const float y = pole * (state - x) + x;
+    *sample = y;
+    state = y;
+}
+
+void C1LPF::clear()
+{
+    state = 0.0f;
+}
+
+void C1LPF::setNormFreq(float fn)
+{
+    // The limit comes first so that a NaN also ends up at the floor.
+    normFreq = std::max(minNormFreq, fn);
+    pole = std::exp(-2.0f * std::atan(pi * normFreq));
+}
+
+void C1LPF::setTimeConstant(float seconds, float sampleRate)
+{
+    setNormFreq(1.0f / (twoPi * seconds * sampleRate));
+}
+
+float C1LPF::getPowerResponse(float fn) const
+{
+    const float fc2 = normFreq * normFreq;
+    return fc2 / (fc2 + fn * fn + 1e-16f);
+}

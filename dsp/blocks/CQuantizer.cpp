@@ -1,0 +1,148 @@
+#include "blocks/CQuantizer.h"
+
+#include <algorithm>
+#include <cmath>
+
+std::atomic<uint32_t> randState{0};
+
+int nextRandom()
+{
+    // A plain load and store, not an atomic read-modify-write: instances on
+    // other threads may interleave, which only reorders the dither.
+    const uint32_t state = randState.load(std::memory_order_relaxed) * 214013u + 2531011u;
+    randState.store(state, std::memory_order_relaxed);
+    return static_cast<int>((state >> 16) & 0x7FFFu);
+}
+
+namespace
+{
+constexpr float minSampleRate = 22050.0f;
+constexpr float maxSampleRate = 192000.0f;
+// Rates from here up put the shaped noise above 15 kHz; below it the shelf
+// sits at 300 Hz.
+constexpr float highRateThreshold = 40000.0f;
+constexpr float twoPi = 6.2831855f;
+// Steps kept free below full scale for the dither and the shaped noise.
+constexpr float headroomSteps = 7.0f;
+}
+
+CQuantizer::CQuantizer()
+    : sampleRate(44100.0f), bits(-1), shaping(0.0f)
+{
+    updateCoefficients();
+    clear();
+}
+
+void CQuantizer::process(float* sample)
+{
+    if (bits <= 0)
+        return;
+    const float v = *sample * (scale - headroomSteps) - s0;
+    // Rectangular dither of one step: (0..32767 - 16384) / 32768.
+    const float dither = static_cast<float>(nextRandom() - 16384) * 3.0517578e-5f;
+    float q = std::floor(v + dither);
+    q = std::min(q, scale - 1.0f);
+    q = std::max(q, -scale);
+    // Error against the centre of the floor step.
+    const float error = q - v + 0.5f;
+    s0 = c1 * error + s1;
+    s1 = c2 * error - a1 * s0 + s2;
+    s2 = -a2 * s0;
+    *sample = q * invScale;
+}
+
+void CQuantizer::clear()
+{
+    s0 = 0.0f;
+    s1 = 0.0f;
+    s2 = 0.0f;
+}
+
+void CQuantizer::setWordLength(int8_t wordLength)
+{
+    if (wordLength == bits)
+        return;
+    bits = wordLength;
+    updateCoefficients();
+    clear();
+}
+
+void CQuantizer::setShaping(float amount)
+{
+    // Written as "neither less nor greater" so that a NaN changes nothing.
+    if (!(amount < shaping) && !(amount > shaping))
+        return;
+    shaping = amount;
+    updateCoefficients();
+    clear();
+}
+
+void CQuantizer::setRate(float fs)
+{
+    fs = std::min(maxSampleRate, std::max(minSampleRate, fs));
+    if (fs == sampleRate)
+        return;
+    sampleRate = fs;
+    updateCoefficients();
+    clear();
+}
+
+void CQuantizer::updateCoefficients()
+{
+    if (bits >= 3)
+    {
+        // 2^(bits-1) steps per unit; ldexp stays defined for any int8 length.
+        scale = std::ldexp(1.0f, bits - 1);
+        invScale = 1.0f / scale;
+    }
+    else
+    {
+        scale = 1.0f;
+        invScale = 1.0f;
+    }
+
+    // The noise transfer 1 - E(z) follows a low shelf: at high rates the
+    // noise is pushed above 15 kHz, at low rates a broad 300 Hz shelf.
+    float gainDb;
+    float corner;
+    float q;
+    if (highRateThreshold > sampleRate)
+    {
+        gainDb = 20.0f * shaping;
+        corner = 300.0f;
+        q = 0.3f;
+    }
+    else
+    {
+        gainDb = -30.0f * shaping;
+        corner = 15000.0f;
+        q = 1.5f;
+    }
+
+    const float A = std::pow(10.0f, gainDb / 40.0f);
+    const float w = twoPi * corner / sampleRate;
+    const float cs = std::cos(w);
+    const float sn = std::sin(w);
+    const float alpha = sn / (2.0f * q);
+    const float r = 2.0f * std::sqrt(A);
+
+    const float b0 = A * ((A + 1.0f) - (A - 1.0f) * cs + r * alpha);
+    const float b1 = 2.0f * A * ((A - 1.0f) - (A + 1.0f) * cs);
+    const float b2 = A * ((A + 1.0f) - (A - 1.0f) * cs - r * alpha);
+    const float a0 = (A + 1.0f) + (A - 1.0f) * cs + r * alpha;
+    const float a1Raw = -2.0f * ((A - 1.0f) + (A + 1.0f) * cs);
+    const float a2Raw = (A + 1.0f) + (A - 1.0f) * cs - r * alpha;
+
+    const float invA0 = 1.0f / a0;
+    const float b0n = b0 * invA0;
+    const float b1n = b1 * invA0;
+    const float b2n = b2 * invA0;
+    a1 = a1Raw * invA0;
+    a2 = a2Raw * invA0;
+
+    // E(z) = (c1 z^-1 + c2 z^-2) / (1 + a1 z^-1 + a2 z^-2), so that
+    // 1 - E(z) is the shelf divided by its leading coefficient.
+    const float invB0n = 1.0f / b0n;
+    c1 = -b1n * invB0n + a1;
+    c2 = -b2n * invB0n + a2;
+}

@@ -1,0 +1,127 @@
+#pragma once
+
+#include "blocks/C1HPF.h"
+#include "blocks/C1LPF.h"
+#include "blocks/CQuantizer.h"
+#include "blocks/CVu.h"
+#include "limiter/CISPDetector.h"
+#include "processor/CPsychoProcessor.h"
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+// Look-ahead brick-wall limiter for N channels: input gain, spectral
+// saturation on FFT frames, sample- or true-peak detection read ahead of a
+// delay line, sliding maximum with attack/release and stereo link, four
+// smoothing sections, word-length reduction, a clip at the ceiling, meters.
+//
+// Settings may be written from any thread while process() runs: they are
+// relaxed atomics, read once per block. Changes that need the per-channel
+// blocks reconfigured are applied by the audio thread at the start of the
+// next block, so process() never races with a setter.
+class CLimiter : public CPsychoProcessor
+{
+public:
+    explicit CLimiter(int channels);
+
+    void process(const float* const* in, float* const* out, int frames) override;
+    void clear() override;
+    void update() override;
+    void processFrame() override;
+
+    virtual void setInputGain(float dB);
+    virtual void setAttack(float seconds);
+    virtual void setRelease(float seconds);
+    virtual void setLookahead(float seconds);
+    virtual void setTruePeak(bool on);
+    virtual void setMonitor(bool on);
+    virtual void setCeiling(float dB);
+    virtual void setLink(float amount);
+    virtual void setAES17(bool on);
+    virtual void setSaturation(float amount);
+    virtual void setNumBits(int8_t bits);
+    virtual void setShaping(float amount);
+    // Meter readings; a channel outside the channel count reads neutral
+    // (0 for levels, 1.0 for gains). Reading starts the meter's release.
+    virtual float getRmsLevel(int channel);
+    virtual float getOutputPeak(int channel);
+    virtual float getGainReduction(int channel);
+    virtual float getSaturationGain(int channel);
+    // Delay line plus FFT frame: constant whatever the look-ahead and rate.
+    virtual int getLatency() const;
+
+    int getChannelCount() const { return channels; }
+    int getLookaheadSamples() const { return lookaheadSamples.load(std::memory_order_relaxed); }
+    float getClipLevel() const { return clipLevel.load(std::memory_order_relaxed); }
+
+private:
+    static constexpr int delayLength = 512;
+    static constexpr int delayMask = delayLength - 1;
+
+    struct Channel
+    {
+        Channel() : truePeakDetector(44100.0f) {}
+        C1HPF inputFilter;
+        C1LPF rmsSmoother;
+        CVu rmsMeter;
+        CVu peakMeter;
+        CVu gainMeter;
+        CVu saturationMeter;
+        CISPDetector truePeakDetector;
+        CQuantizer quantizer;
+        float delay[delayLength];
+        float detection[delayLength];
+        float holdMax;
+        int holdCount;
+        float envelope;
+        float smoother[4];
+        std::vector<float> inputBandPower;
+    };
+
+    // Scalar coefficients (any thread) and per-channel blocks (audio thread
+    // or while not processing).
+    void updateCoefficients();
+    void updateLookahead(float seconds);
+    void configureChannels();
+
+    // Settings as read at the start of the current block.
+    struct BlockSettings
+    {
+        float inputGain = 1.0f;
+        float clipLevel = 1.0f;
+        float saturation = 0.0f;
+    };
+
+    const int channels;
+    std::unique_ptr<Channel[]> channel;
+
+    std::atomic<float> inputGain;
+    std::atomic<float> ceiling;
+    std::atomic<float> link;
+    std::atomic<bool> truePeak;
+    std::atomic<bool> aes17;
+    std::atomic<bool> monitor;
+    std::atomic<float> lookaheadTime;
+    std::atomic<float> attackTime;
+    std::atomic<float> releaseTime;
+    std::atomic<float> saturation;
+    std::atomic<int8_t> numBits;
+    std::atomic<float> shaping;
+
+    std::atomic<int> lookaheadSamples;
+    std::atomic<float> attackCoef;
+    std::atomic<float> releaseCoef;
+    std::atomic<float> smoothCoef;
+    std::atomic<float> clipLevel;
+    std::atomic<bool> updatePending;
+
+    int writeIndex;
+    BlockSettings block;
+
+    std::vector<float> residualFrame;
+    std::vector<float> residualSpectrum;
+    std::vector<float> maskThreshold;
+    std::vector<float> residualBandPower;
+};

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+
+// Common base of the multichannel processors: channel counts and a sample
+// rate kept within 22050..192000 Hz.
+class CProcessor
+{
+public:
+    static constexpr float minSampleRate = 22050.0f;
+    static constexpr float maxSampleRate = 192000.0f;
+
+    CProcessor(int inputs, int outputs);
+    virtual ~CProcessor() = default;
+
+    virtual void process(const float* const* in, float* const* out, int frames);
+    virtual void clear();
+    // Clamps; a rate equal to the stored one changes nothing, any other
+    // recomputes everything (update) and flushes all audio state (clear).
+    virtual void setSampleRate(float rate);
+    virtual float getSampleRate() const;
+    virtual void update();
+
+    int getInputCount() const { return numInputs; }
+    int getOutputCount() const { return numOutputs; }
+
+protected:
+    int8_t numInputs;
+    int8_t numOutputs;
+    float fs;
+};

@@ -1,0 +1,12 @@
+#!/usr/bin/env bash
+# Sets everything up on a fresh Debian 12 machine, builds, and runs the main
+# job: the generated demo through the limiter, with its report.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+bash "$root/scripts/install-deps.sh"
+bash "$root/scripts/build.sh"
+build=${BUILD_DIR:-$root/build}
+if [ -x "$build/host/palisorne" ]; then
+  exec "$build/host/palisorne" demo
+fi
+exec "$build/tools/engine_demo"
