@@ -1,0 +1,220 @@
+#include "blocks/C1HPF.h"
+#include "blocks/C1LPF.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace
+{
+const double pi = 3.14159265358979323846;
+
+// One unit in the last place of a float just below 1.0.
+const double ulpBelowOne = std::ldexp(1.0, -24);
+
+double poleFor(double normFreq)
+{
+    return std::exp(-2.0 * std::atan(pi * normFreq));
+}
+
+// Bound on the rounding error that a float one-pole accumulates on a step:
+// each sample adds at most about three half-ulps of 1.0 (the difference, the
+// product and the sum are each rounded once) and old errors decay with the
+// pole, so after n samples the error is below min(n, 1/(1-p)) of that.
+double stepErrorBound(double pole, int n)
+{
+    return 3.0 * ulpBelowOne * std::min(static_cast<double>(n), 1.0 / (1.0 - pole));
+}
+}
+
+TEST(C1LPFTest, NewFiltersPassThroughAndHighPassOutputsZero)
+{
+    // Until a corner is set the pole is 0: the low-pass is a wire and its
+    // complement removes everything.
+    const float inputs[] = {0.0f, 1.0f, -0.75f, 3.5e-20f, 1000.0f, -1.0e-3f};
+    C1LPF lowpass;
+    C1HPF highpass;
+    EXPECT_EQ(lowpass.getPole(), 0.0f);
+    for (float x : inputs)
+    {
+        float low = x;
+        float high = x;
+        lowpass.process(&low);
+        highpass.process(&high);
+        EXPECT_EQ(low, x);
+        EXPECT_EQ(high, 0.0f);
+    }
+}
+
+TEST(C1LPFTest, OneHertzPoleAt44100)
+{
+    C1HPF highpass;
+    highpass.setNormFreq(1.0f / 44100.0f);
+    // atan and exp in float are each within about one ulp; the pole sits just
+    // below 1 where one ulp is 2^-24.
+    EXPECT_NEAR(highpass.getPole(), poleFor(1.0 / 44100.0), 4.0 * ulpBelowOne);
+    EXPECT_NEAR(highpass.getPole(), 0.9998575, 1e-7);
+}
+
+TEST(C1LPFTest, NonPositiveCornerIsFlooredJustBelowOne)
+{
+    C1LPF atFloor;
+    atFloor.setNormFreq(1e-8f);
+    const float floorPole = atFloor.getPole();
+    // exp(-2 atan(pi 1e-8)) = 1 - 6.3e-8: rounds to the float just below 1.
+    EXPECT_LT(floorPole, 1.0f);
+    EXPECT_EQ(floorPole, 1.0f - static_cast<float>(ulpBelowOne));
+
+    for (float fn : {0.0f, -0.25f, -1e30f})
+    {
+        C1LPF filter;
+        filter.setNormFreq(fn);
+        EXPECT_EQ(filter.getPole(), floorPole) << "fn = " << fn;
+        // The stored corner is the floor itself: at f = corner the analogue
+        // one-pole passes half the power. 1e-16 in the denominator adds a
+        // third of the total at this corner, so exactly 1/3 remains.
+        EXPECT_NEAR(filter.getPowerResponse(1e-8f), 1.0 / 3.0, 1e-6) << "fn = " << fn;
+    }
+}
+
+TEST(C1LPFTest, HighPassStepDecaysWithThePole)
+{
+    C1HPF highpass;
+    highpass.setNormFreq(1.0f / 44100.0f);
+    const double p = highpass.getPole();
+
+    // A unit step through 1 - (1-p)/(1-p z^-1): the n-th output is p^n.
+    const int checkpoints[] = {1, 2, 10, 100, 1000, 4410, 44100};
+    int n = 0;
+    for (int checkpoint : checkpoints)
+    {
+        float y = 0.0f;
+        while (n < checkpoint)
+        {
+            y = 1.0f;
+            highpass.process(&y);
+            ++n;
+        }
+        EXPECT_NEAR(y, std::pow(p, n), stepErrorBound(p, n)) << "n = " << n;
+        if (n == 1)
+        {
+            EXPECT_EQ(y, static_cast<float>(p)); // 1-p and 1-(1-p) are exact
+        }
+    }
+    // One second at a 1 Hz corner: e^-2pi of the step is left.
+    float y = 1.0f;
+    highpass.process(&y);
+    EXPECT_NEAR(y, std::exp(-2.0 * pi), 1.5e-3);
+}
+
+TEST(C1LPFTest, LowPassStepConvergesToOne)
+{
+    C1LPF lowpass;
+    lowpass.setNormFreq(1.0f / 44100.0f);
+    const double p = lowpass.getPole();
+
+    const int checkpoints[] = {1, 100, 1000, 10000};
+    int n = 0;
+    for (int checkpoint : checkpoints)
+    {
+        float y = 0.0f;
+        while (n < checkpoint)
+        {
+            y = 1.0f;
+            lowpass.process(&y);
+            ++n;
+        }
+        EXPECT_NEAR(y, 1.0 - std::pow(p, n), stepErrorBound(p, n)) << "n = " << n;
+    }
+    // Settled: the recursion stops moving once the step (1-p)(1-y) is below
+    // half an ulp of 1 (2^-25), so it rests in a dead band of 2^-25/(1-p)
+    // under 1 (2.1e-4 at 1 Hz), never above 1.
+    const double deadBand = std::ldexp(1.0, -25) / (1.0 - p) + ulpBelowOne;
+    float y = 0.0f;
+    for (int i = 0; i < 150000; ++i)
+    {
+        y = 1.0f;
+        lowpass.process(&y);
+        ASSERT_LE(y, 1.0f);
+    }
+    EXPECT_GE(y, 1.0 - deadBand);
+
+    // A fast corner (fn = 0.01, 1-p = 0.061) leaves a dead band of 5e-7.
+    C1LPF fast;
+    fast.setNormFreq(0.01f);
+    const double fastDeadBand = std::ldexp(1.0, -25) / (1.0 - fast.getPole()) + ulpBelowOne;
+    for (int i = 0; i < 2000; ++i)
+    {
+        y = 1.0f;
+        fast.process(&y);
+    }
+    EXPECT_LE(y, 1.0f);
+    EXPECT_GE(y, 1.0 - fastDeadBand);
+}
+
+TEST(C1LPFTest, TimeConstantSetsTheCorner)
+{
+    // The RMS smoother's setting: corner 1/(2 pi tau), about 2.44 Hz.
+    const double tau = 0.065144174;
+    const double fs = 44100.0;
+    const double corner = 1.0 / (2.0 * pi * tau * fs);
+    C1LPF lowpass;
+    C1HPF highpass;
+    lowpass.setTimeConstant(static_cast<float>(tau), static_cast<float>(fs));
+    highpass.setTimeConstant(static_cast<float>(tau), static_cast<float>(fs));
+    EXPECT_NEAR(corner * fs, 2.443, 1e-3);
+    // The pole's exponent is ~3.5e-4 and carries a few float roundings of
+    // relative size 2^-24: far below the ulp of the pole itself.
+    EXPECT_NEAR(lowpass.getPole(), poleFor(corner), 4.0 * ulpBelowOne);
+
+    // Analogue one-pole power: 1/2 at the corner, 1/(1+100) a decade up,
+    // and the two filters are complementary in power.
+    const float fc = static_cast<float>(corner);
+    EXPECT_NEAR(lowpass.getPowerResponse(fc), 0.5, 1e-6);
+    EXPECT_NEAR(highpass.getPowerResponse(fc), 0.5, 1e-6);
+    EXPECT_NEAR(lowpass.getPowerResponse(10.0f * fc), 1.0 / 101.0, 1e-6);
+    EXPECT_NEAR(highpass.getPowerResponse(10.0f * fc), 100.0 / 101.0, 1e-6);
+    EXPECT_NEAR(lowpass.getPowerResponse(0.0f), 1.0, 1e-6);
+    EXPECT_NEAR(highpass.getPowerResponse(0.0f), 0.0, 1e-6);
+}
+
+TEST(C1LPFTest, CornerChangeKeepsStateAndClearFlushesIt)
+{
+    C1LPF lowpass;
+    C1HPF highpass;
+    lowpass.setNormFreq(1.0f / 44100.0f);
+    highpass.setNormFreq(1.0f / 44100.0f);
+    float low = 0.0f;
+    float high = 0.0f;
+    for (int i = 0; i < 1000; ++i)
+    {
+        low = 1.0f;
+        high = 1.0f;
+        lowpass.process(&low);
+        highpass.process(&high);
+    }
+    const float held = low; // the low-pass state, about 1 - p^1000 = 0.13
+
+    lowpass.setNormFreq(0.01f);
+    highpass.setNormFreq(0.01f);
+    const double newPole = poleFor(0.01);
+    // With input 0 the next low-pass output is pole x state: it continues
+    // from the held state instead of jumping to 0 (one float rounding).
+    float next = 0.0f;
+    lowpass.process(&next);
+    EXPECT_NEAR(next, newPole * held, 1e-6 * held);
+    // The high-pass shares the state: input 1 gives 1 - (p (s - 1) + 1).
+    float nextHigh = 1.0f;
+    highpass.process(&nextHigh);
+    EXPECT_NEAR(nextHigh, newPole * (1.0 - held), 1e-6);
+
+    // After clear the step response starts again from zero.
+    lowpass.clear();
+    highpass.clear();
+    float first = 1.0f;
+    float firstHigh = 1.0f;
+    lowpass.process(&first);
+    highpass.process(&firstHigh);
+    EXPECT_NEAR(first, 1.0 - lowpass.getPole(), 1e-7);
+    EXPECT_EQ(firstHigh, highpass.getPole());
+}

@@ -1,0 +1,437 @@
+#include "blocks/CQuantizer.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <complex>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+namespace
+{
+const double pi = 3.14159265358979323846;
+
+// The dither generator written out independently: 64-bit product, reduced
+// modulo 2^32 by masking.
+uint32_t advance(uint32_t state)
+{
+    return static_cast<uint32_t>((static_cast<uint64_t>(state) * 214013u + 2531011u) & 0xFFFFFFFFu);
+}
+
+int drawFrom(uint32_t state)
+{
+    return static_cast<int>((state >> 16) & 0x7FFFu);
+}
+
+CQuantizer makeQuantizer(int8_t bits, float shaping, float rate)
+{
+    CQuantizer quantizer;
+    quantizer.setRate(rate);
+    quantizer.setWordLength(bits);
+    quantizer.setShaping(shaping);
+    return quantizer;
+}
+
+// Quantises n copies of x, starting the shared generator at seed.
+std::vector<float> run(CQuantizer& quantizer, uint32_t seed, float x, int n)
+{
+    randState.store(seed);
+    std::vector<float> out(static_cast<size_t>(n), x);
+    for (float& sample : out)
+        quantizer.process(&sample);
+    return out;
+}
+
+bool sameBits(float a, float b)
+{
+    return std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+// |H|^2 of the audio-cookbook low shelf, in double, at frequency f.
+double shelfPower(double gainDb, double corner, double q, double fs, double f)
+{
+    const double A = std::pow(10.0, gainDb / 40.0);
+    const double w0 = 2.0 * pi * corner / fs;
+    const double cs = std::cos(w0);
+    const double alpha = std::sin(w0) / (2.0 * q);
+    const double r = 2.0 * std::sqrt(A);
+    const double b0 = A * ((A + 1.0) - (A - 1.0) * cs + r * alpha);
+    const double b1 = 2.0 * A * ((A - 1.0) - (A + 1.0) * cs);
+    const double b2 = A * ((A + 1.0) - (A - 1.0) * cs - r * alpha);
+    const double a0 = (A + 1.0) + (A - 1.0) * cs + r * alpha;
+    const double a1 = -2.0 * ((A - 1.0) + (A + 1.0) * cs);
+    const double a2 = (A + 1.0) + (A - 1.0) * cs - r * alpha;
+    const std::complex<double> z1 = std::polar(1.0, -2.0 * pi * f / fs);
+    const std::complex<double> z2 = z1 * z1;
+    return std::norm(b0 + b1 * z1 + b2 * z2) / std::norm(a0 + a1 * z1 + a2 * z2);
+}
+
+const int segment = 1024;
+
+// Bins of a segment-long DFT whose centres lie in [fLow, fHigh].
+std::vector<int> binsIn(double fLow, double fHigh, double fs)
+{
+    std::vector<int> bins;
+    for (int k = 1; k < segment / 2; ++k)
+    {
+        const double f = k * fs / segment;
+        if (f >= fLow && f <= fHigh)
+            bins.push_back(k);
+    }
+    return bins;
+}
+
+// Welch estimate (Hann window, no overlap) summed over the given bins.
+double bandPower(const std::vector<double>& noise, const std::vector<int>& bins)
+{
+    std::vector<double> window(segment);
+    for (int n = 0; n < segment; ++n)
+        window[n] = 0.5 - 0.5 * std::cos(2.0 * pi * n / segment);
+    double total = 0.0;
+    for (size_t start = 0; start + segment <= noise.size(); start += segment)
+    {
+        for (int k : bins)
+        {
+            const std::complex<double> step = std::polar(1.0, -2.0 * pi * k / segment);
+            std::complex<double> phasor = 1.0;
+            std::complex<double> sum = 0.0;
+            for (int n = 0; n < segment; ++n)
+            {
+                sum += noise[start + n] * window[n] * phasor;
+                phasor *= step;
+            }
+            total += std::norm(sum);
+        }
+    }
+    return total;
+}
+
+double expectedBandPower(double gainDb, double corner, double q, double fs, const std::vector<int>& bins)
+{
+    double total = 0.0;
+    for (int k : bins)
+        total += shelfPower(gainDb, corner, q, fs, k * fs / segment);
+    return total;
+}
+
+// The shaped requantisation noise of a silent 16-bit input, in steps: the
+// output plus the half step by which floor() sits below the input on average.
+std::vector<double> silenceNoise(float rate, float shaping, int samples)
+{
+    CQuantizer quantizer = makeQuantizer(16, shaping, rate);
+    const std::vector<float> out = run(quantizer, 2024u, 0.0f, samples);
+    std::vector<double> noise(out.size());
+    for (size_t i = 0; i < out.size(); ++i)
+        noise[i] = out[i] * 32768.0 + 0.5;
+    return noise;
+}
+
+double mean(const std::vector<double>& values)
+{
+    double sum = 0.0;
+    for (double v : values)
+        sum += v;
+    return sum / static_cast<double>(values.size());
+}
+}
+
+TEST(CQuantizerTest, DitherGeneratorFollowsTheLcgFromZero)
+{
+    randState.store(0);
+    // First step by hand: 214013 x 0 + 2531011 = 2531011 = 38 x 65536 + 40643.
+    EXPECT_EQ(nextRandom(), 38);
+    EXPECT_EQ(randState.load(), 2531011u);
+
+    uint32_t state = 2531011u;
+    int lowest = 32767;
+    int highest = 0;
+    for (int i = 0; i < 100000; ++i)
+    {
+        state = advance(state);
+        const int r = nextRandom();
+        ASSERT_EQ(r, drawFrom(state)) << "draw " << i + 2;
+        lowest = std::min(lowest, r);
+        highest = std::max(highest, r);
+    }
+    EXPECT_EQ(randState.load(), state);
+    // Bit 31 of the state is masked off: the full 15-bit range and no more.
+    EXPECT_EQ(lowest, 0);
+    EXPECT_EQ(highest, 32767);
+}
+
+TEST(CQuantizerTest, OffPassesBitExactWithoutDrawing)
+{
+    const float inputs[] = {0.0f, -0.0f, 0.123456789f, -1.0f, 4.0f, 1e-40f,
+                            std::numeric_limits<float>::infinity(),
+                            std::numeric_limits<float>::quiet_NaN()};
+    CQuantizer quantizer;
+    EXPECT_EQ(quantizer.getWordLength(), -1);
+    for (int8_t bits : {int8_t(-1), int8_t(0), int8_t(-8)})
+    {
+        if (bits != -1)
+        {
+            quantizer.setWordLength(16);
+            quantizer.setWordLength(bits);
+        }
+        randState.store(777u);
+        for (float x : inputs)
+        {
+            float y = x;
+            quantizer.process(&y);
+            EXPECT_TRUE(sameBits(x, y)) << "bits " << int(bits) << ", input " << x;
+        }
+        EXPECT_EQ(randState.load(), 777u) << "bits " << int(bits);
+    }
+}
+
+TEST(CQuantizerTest, SilenceAt16BitsIsOnlyDither)
+{
+    // Without shaping the filter never moves off zero, so the output is
+    // floor(d) for d = (r - 16384)/32768: -1 step for r below 16384, else 0.
+    CQuantizer quantizer = makeQuantizer(16, 0.0f, 44100.0f);
+    const uint32_t seed = 12345u;
+    const std::vector<float> out = run(quantizer, seed, 0.0f, 20000);
+    uint32_t state = seed;
+    int negatives = 0;
+    for (size_t i = 0; i < out.size(); ++i)
+    {
+        state = advance(state);
+        const float expected = drawFrom(state) < 16384 ? -1.0f / 32768.0f : 0.0f;
+        ASSERT_EQ(out[i], expected) << "sample " << i;
+        negatives += out[i] < 0.0f;
+    }
+    EXPECT_EQ(randState.load(), state); // exactly one draw per sample
+    EXPECT_GT(negatives, 9000);
+    EXPECT_LT(negatives, 11000);
+}
+
+TEST(CQuantizerTest, FullScaleKeepsSevenStepsOfHeadroom)
+{
+    // +1.0 becomes v = 32768 - 7 = 32761 steps. v + d is rounded to the float
+    // grid at 32761 (1/512 = 64 dither units), so a dither within 32 units
+    // below zero may land on 32761 itself; below that the floor is 32760.
+    CQuantizer quantizer = makeQuantizer(16, 0.0f, 44100.0f);
+    const uint32_t seed = 99u;
+    for (float level : {1.0f, -1.0f})
+    {
+        const std::vector<float> out = run(quantizer, seed, level, 20000);
+        uint32_t state = seed;
+        for (size_t i = 0; i < out.size(); ++i)
+        {
+            state = advance(state);
+            const int k = drawFrom(state) - 16384;
+            const float steps = out[i] * 32768.0f;
+            ASSERT_LE(out[i], 32767.0f / 32768.0f);
+            ASSERT_GE(out[i], -1.0f);
+            if (level > 0.0f)
+            {
+                if (k >= 0)
+                    ASSERT_EQ(steps, 32761.0f) << "sample " << i;
+                else if (k < -32)
+                    ASSERT_EQ(steps, 32760.0f) << "sample " << i;
+                else
+                    ASSERT_TRUE(steps == 32760.0f || steps == 32761.0f) << "sample " << i;
+            }
+            else
+            {
+                // -32761 + d: floor gives -32762 for negative dither, and the
+                // same rounding band just below zero may give -32761.
+                if (k >= 0)
+                    ASSERT_EQ(steps, -32761.0f) << "sample " << i;
+                else if (k < -32)
+                    ASSERT_EQ(steps, -32762.0f) << "sample " << i;
+                else
+                    ASSERT_TRUE(steps == -32762.0f || steps == -32761.0f) << "sample " << i;
+            }
+        }
+    }
+}
+
+TEST(CQuantizerTest, OverloadClipsAndTheShaperCarriesTheError)
+{
+    CQuantizer plain = makeQuantizer(16, 0.0f, 44100.0f);
+    for (float out : run(plain, 5u, 4.0f, 1000))
+        ASSERT_EQ(out, 32767.0f / 32768.0f);
+    for (float out : run(plain, 5u, -4.0f, 1000))
+        ASSERT_EQ(out, -1.0f);
+
+    // With shaping the clipped error (about 4 x 32761 - 32767 = 98000 steps)
+    // enters the error filter: the samples after the overload are far from
+    // the few steps of shaped noise that silence otherwise gives, yet every
+    // output stays on the grid inside [-1, 32767/32768].
+    CQuantizer shaped = makeQuantizer(16, 1.0f, 44100.0f);
+    for (float out : run(shaped, 5u, 4.0f, 64))
+    {
+        ASSERT_LE(out, 32767.0f / 32768.0f);
+        ASSERT_GE(out, -1.0f);
+        ASSERT_EQ(std::floor(out * 32768.0f), out * 32768.0f);
+    }
+    const std::vector<float> after = run(shaped, 5u, 0.0f, 1);
+    EXPECT_GT(std::fabs(after[0]), 1000.0f / 32768.0f);
+
+    shaped.clear();
+    for (float out : run(shaped, 5u, 0.0f, 1000))
+        ASSERT_LT(std::fabs(out), 64.0f / 32768.0f);
+}
+
+TEST(CQuantizerTest, WordLengthsLandOnTheirGrids)
+{
+    // 8 bits: 0.3 x (128 - 7) = 36.3 steps; floor(36.3 + d) is 36 for
+    // d >= -0.3 and 35 below, so the mean is 36.3 - 0.5 = 35.8. The mean of
+    // 20000 such draws has a standard deviation of 0.4/sqrt(20000) = 0.003.
+    CQuantizer eight = makeQuantizer(8, 0.0f, 44100.0f);
+    double sum = 0.0;
+    for (float out : run(eight, 31u, 0.3f, 20000))
+    {
+        ASSERT_TRUE(out == 35.0f / 128.0f || out == 36.0f / 128.0f) << out;
+        sum += out * 128.0;
+    }
+    EXPECT_NEAR(sum / 20000.0, 35.8, 0.02);
+
+    // 24 bits: multiples of 2^-23. Without shaping floor(v + d) lies within
+    // one step of v - 1/2; v = 0.3f x (2^23 - 7) = 2.5e6 and v + d are rounded
+    // to the float grid of 1/4 step there, which widens that by 2 x 1/8.
+    const double scale24 = 8388608.0;
+    const double v = static_cast<double>(0.3f) * (scale24 - 7.0);
+    for (float shaping : {0.0f, 1.0f})
+    {
+        CQuantizer deep = makeQuantizer(24, shaping, 44100.0f);
+        for (float out : run(deep, 31u, 0.3f, 5000))
+        {
+            const double steps = out * scale24;
+            ASSERT_EQ(steps, std::floor(steps));
+            if (shaping == 0.0f)
+            {
+                ASSERT_NEAR(steps, v - 0.5, 1.25);
+            }
+        }
+    }
+
+    // Word lengths 1 and 2 keep a unit scale: the input is multiplied by
+    // 1 - 7 = -6 and clipped to -1 .. 0.
+    CQuantizer two = makeQuantizer(2, 0.0f, 44100.0f);
+    for (float out : run(two, 31u, 0.5f, 100))
+        ASSERT_EQ(out, -1.0f);
+    for (float out : run(two, 31u, -0.5f, 100))
+        ASSERT_EQ(out, 0.0f);
+}
+
+TEST(CQuantizerTest, RateIsClampedTo22050To192000)
+{
+    CQuantizer quantizer;
+    EXPECT_EQ(quantizer.getRate(), 44100.0f);
+    quantizer.setRate(10000.0f);
+    EXPECT_EQ(quantizer.getRate(), 22050.0f);
+    quantizer.setRate(384000.0f);
+    EXPECT_EQ(quantizer.getRate(), 192000.0f);
+    quantizer.setRate(40000.0f);
+    EXPECT_EQ(quantizer.getRate(), 40000.0f);
+}
+
+TEST(CQuantizerTest, NoiseFollowsTheShelfThatTheRateSelects)
+{
+    // In steps, with silence in, the output is q = (1 - E) e - 1/2, where the
+    // error e = floor(v + d) - v + 1/2 has zero mean given the past (the
+    // rectangular dither makes E[floor(v + d)] = v - 1/2 for any v). So e is
+    // white and the noise spectrum is |1 - E|^2, the low shelf up to a
+    // constant. The Welch estimate (256 Hann segments, >= 25 bins a band)
+    // puts the band ratio within about 0.1 dB (one standard deviation, also
+    // seen across seeds); the bands are hundreds of bins apart, so leakage
+    // between them is below -90 dB. 0.5 dB is five deviations, while the
+    // wrong shelf for a rate misses by 30 dB.
+    const int samples = 256 * segment;
+    struct Case
+    {
+        float rate;
+        float shaping;
+        double gainDb;
+        double corner;
+        double q;
+    };
+    const Case cases[] = {
+        {44100.0f, 0.0f, 0.0, 15000.0, 1.5},
+        {44100.0f, 1.0f, -30.0, 15000.0, 1.5},
+        {40000.0f, 1.0f, -30.0, 15000.0, 1.5},  // exactly 40 kHz: high-rate shelf
+        {39999.0f, 1.0f, 20.0, 300.0, 0.3},     // just below: low-rate shelf
+        {22050.0f, 0.5f, 10.0, 300.0, 0.3},
+    };
+    for (const Case& c : cases)
+    {
+        const std::vector<double> noise = silenceNoise(c.rate, c.shaping, samples);
+        const double fs = c.rate;
+        const std::vector<int> low = binsIn(1000.0, 2500.0, fs);
+        const std::vector<int> high = binsIn(0.45 * fs - 1500.0, 0.45 * fs, fs);
+        ASSERT_GE(low.size(), 25u);
+        ASSERT_GE(high.size(), 25u);
+        const double measured = 10.0 * std::log10(bandPower(noise, low) / bandPower(noise, high));
+        const double expected = 10.0 * std::log10(expectedBandPower(c.gainDb, c.corner, c.q, fs, low) /
+                                                  expectedBandPower(c.gainDb, c.corner, c.q, fs, high));
+        EXPECT_NEAR(measured, expected, 0.5) << "rate " << c.rate << ", shaping " << c.shaping;
+
+        // The +1/2 in the error keeps it centred: the output sits half a step
+        // below the input whatever the shaping.
+        EXPECT_NEAR(mean(noise), 0.0, 0.02) << "rate " << c.rate << ", shaping " << c.shaping;
+    }
+}
+
+TEST(CQuantizerTest, OnlyAChangedSettingClearsTheShaperState)
+{
+    // Two quantizers kept in identical states. A setter that does nothing
+    // leaves the first one producing, from the same seed, exactly what its
+    // twin produces; a setter that changes a value (given to both) leaves it
+    // producing what a fresh quantizer with those settings produces.
+    const uint32_t seed = 4242u;
+    const int n = 64;
+    CQuantizer quantizer = makeQuantizer(16, 1.0f, 44100.0f);
+    CQuantizer twin = makeQuantizer(16, 1.0f, 44100.0f);
+    auto warmUp = [&]() {
+        run(quantizer, 1u, 0.1f, 500);
+        run(twin, 1u, 0.1f, 500);
+    };
+    auto matchesTwin = [&]() { return run(quantizer, seed, 0.1f, n) == run(twin, seed, 0.1f, n); };
+    auto matchesFresh = [&](int8_t bits, float shaping, float rate) {
+        CQuantizer fresh = makeQuantizer(bits, shaping, rate);
+        const std::vector<float> expected = run(fresh, seed, 0.1f, n);
+        run(twin, seed, 0.1f, n);
+        return run(quantizer, seed, 0.1f, n) == expected;
+    };
+
+    warmUp();
+    EXPECT_FALSE(matchesFresh(16, 1.0f, 44100.0f)); // the state is observable
+
+    warmUp();
+    quantizer.setShaping(1.0f);
+    EXPECT_TRUE(matchesTwin());
+    warmUp();
+    quantizer.setShaping(std::numeric_limits<float>::quiet_NaN()); // neither less nor greater
+    EXPECT_TRUE(matchesTwin());
+    warmUp();
+    quantizer.setShaping(0.5f);
+    twin.setShaping(0.5f);
+    EXPECT_TRUE(matchesFresh(16, 0.5f, 44100.0f));
+
+    warmUp();
+    quantizer.setWordLength(16);
+    EXPECT_TRUE(matchesTwin());
+    warmUp();
+    quantizer.setWordLength(20);
+    twin.setWordLength(20);
+    EXPECT_TRUE(matchesFresh(20, 0.5f, 44100.0f));
+
+    warmUp();
+    quantizer.setRate(44100.0f);
+    EXPECT_TRUE(matchesTwin());
+    warmUp();
+    quantizer.setRate(10000.0f);
+    twin.setRate(10000.0f);
+    EXPECT_TRUE(matchesFresh(20, 0.5f, 22050.0f));
+    warmUp();
+    quantizer.setRate(5000.0f); // clamps to the stored 22050: no change
+    EXPECT_TRUE(matchesTwin());
+
+    warmUp();
+    quantizer.clear();
+    twin.clear();
+    EXPECT_TRUE(matchesFresh(20, 0.5f, 22050.0f));
+}

@@ -1,0 +1,143 @@
+#include "limiter/CISPDetector.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+namespace
+{
+// Interpolation taps between the samples h1 (newer) and h2 (older), with h0
+// the newest input and h3 the oldest.
+const double halfOuter = 0.08734027;   // taps on h0 and h3 (negative)
+const double halfInner = 0.58519703;   // taps on h1 and h2
+// Quarter-way point on h0..h3; the three-quarter point uses them mirrored.
+const double quarter[4] = {-0.10642114, 0.9010235, 0.23381723, -0.033620026};
+const double centreOuter = 0.013404376; // taps on h0 and h2 (negative)
+const double centre = 1.028367;         // tap on h1
+
+// A few float roundings of sums below 2 in magnitude.
+const double tolerance = 1e-6;
+
+void feed(CISPDetector& detector, float x, int count)
+{
+    for (int i = 0; i < count; ++i)
+        detector.process(&x);
+}
+}
+
+TEST(CISPDetectorTest, QuarterRateSineAt45DegreesReadsTheHalfWayEstimate)
+{
+    // sin(pi n/2 + pi/4): samples +a, +a, -a, -a with a = 0.7071; the true
+    // peak 1.0 lies half-way between the two equal samples.
+    std::vector<float> sine(256);
+    const double pi = 3.14159265358979323846;
+    for (size_t n = 0; n < sine.size(); ++n)
+        sine[n] = static_cast<float>(std::sin(pi / 2.0 * static_cast<double>(n) + pi / 4.0));
+    const double a = static_cast<double>(sine[0]);
+    EXPECT_NEAR(*std::max_element(sine.begin(), sine.end()), 0.70710678, 1e-7);
+
+    CISPDetector detector(44100.0f);
+    detector.process(sine.data(), 16);
+    detector.readPeak(); // drop the start from an empty history
+    detector.process(sine.data() + 16, static_cast<int>(sine.size()) - 16);
+
+    // Half-way filter on (h0..h3) = (-a, a, a, -a): 2a (inner + outer). The
+    // quarter points reach only 1.27 a and the centre 1.03 a.
+    const double halfWay = 2.0 * a * (halfInner + halfOuter);
+    EXPECT_NEAR(halfWay, 0.9511, 1e-4);
+    EXPECT_NEAR(detector.readPeak(), halfWay, tolerance);
+
+    // Sampled at 0 degrees (0, 1, 0, -1) the samples hit the true peak and
+    // the peak sample's neighbours are 0: the centre correction reads the
+    // peak through its middle tap alone, 2.8 % high; the quarter points
+    // reach 0.9010 + 0.0336.
+    CISPDetector atPeaks(44100.0f);
+    const float cycle[4] = {0.0f, 1.0f, 0.0f, -1.0f};
+    for (int i = 0; i < 16; ++i)
+        atPeaks.process(&cycle[i % 4]);
+    atPeaks.readPeak();
+    for (int i = 0; i < 64; ++i)
+        atPeaks.process(&cycle[i % 4]);
+    EXPECT_NEAR(atPeaks.readPeak(), centre, tolerance);
+}
+
+TEST(CISPDetectorTest, StepOvershootsThenSettlesAtTheCentreDcGain)
+{
+    for (float level : {1.0f, -1.0f})
+    {
+        CISPDetector detector(48000.0f);
+        // Third sample (h0..h3) = (1, 1, 1, 0): the three-quarter point
+        // (mirror of the quarter taps) rings above the step.
+        feed(detector, level, 4);
+        const double overshoot = quarter[3] + quarter[2] + quarter[1];
+        EXPECT_NEAR(detector.readPeak(), overshoot, tolerance) << "level " << level;
+
+        // Settled: the centre correction has the largest DC gain of the five.
+        feed(detector, level, 16);
+        const double dcGain = centre - 2.0 * centreOuter;
+        EXPECT_NEAR(dcGain, 1.001558, 1e-6);
+        EXPECT_NEAR(detector.readPeak(), dcGain, tolerance) << "level " << level;
+    }
+}
+
+TEST(CISPDetectorTest, ReadPeakResetsAndEstimateLagsOneSample)
+{
+    CISPDetector detector(44100.0f);
+    EXPECT_EQ(detector.getLatency(), 1);
+    EXPECT_EQ(detector.readPeak(), 0.0f);
+
+    // Impulse: while it is only h0 the largest term is the quarter point's
+    // h0 tap; one sample later it is h1 and the centre tap reads it.
+    feed(detector, 1.0f, 1);
+    EXPECT_NEAR(detector.readPeak(), -quarter[0], tolerance);
+    EXPECT_EQ(detector.readPeak(), 0.0f);
+    feed(detector, 0.0f, 1);
+    EXPECT_NEAR(detector.readPeak(), centre, tolerance);
+    EXPECT_EQ(detector.readPeak(), 0.0f);
+    // Then the three-quarter point's taps on h2 and h3 (the mirrored quarter
+    // taps), and nothing once the impulse has left the history.
+    feed(detector, 0.0f, 1);
+    EXPECT_NEAR(detector.readPeak(), quarter[1], tolerance);
+    feed(detector, 0.0f, 1);
+    EXPECT_NEAR(detector.readPeak(), -quarter[0], tolerance);
+    feed(detector, 0.0f, 1);
+    EXPECT_EQ(detector.readPeak(), 0.0f);
+}
+
+TEST(CISPDetectorTest, ClearAndRateChangeFlushHistoryAndPeak)
+{
+    CISPDetector detector(44100.0f);
+    feed(detector, 1.0f, 10);
+    detector.clear();
+    EXPECT_EQ(detector.readPeak(), 0.0f);
+    // With the history flushed a single sample is an impulse again.
+    feed(detector, 1.0f, 1);
+    EXPECT_NEAR(detector.readPeak(), -quarter[0], tolerance);
+
+    feed(detector, 1.0f, 10);
+    detector.setSampleRate(96000.0f);
+    EXPECT_EQ(detector.readPeak(), 0.0f);
+    feed(detector, 1.0f, 1);
+    EXPECT_NEAR(detector.readPeak(), -quarter[0], tolerance);
+}
+
+TEST(CISPDetectorTest, BlockFormMatchesSampleBySample)
+{
+    std::vector<float> signal(300);
+    for (size_t n = 0; n < signal.size(); ++n)
+        signal[n] = static_cast<float>(std::sin(0.37 * static_cast<double>(n)) * std::cos(0.011 * static_cast<double>(n)));
+
+    CISPDetector block(44100.0f);
+    CISPDetector single(44100.0f);
+    for (size_t start = 0; start < signal.size(); start += 50)
+    {
+        block.process(signal.data() + start, 50);
+        for (size_t i = start; i < start + 50; ++i)
+            single.process(&signal[i]);
+        EXPECT_EQ(block.readPeak(), single.readPeak()) << "block at " << start;
+    }
+    block.process(signal.data(), 0);
+    EXPECT_EQ(block.readPeak(), 0.0f);
+}
