@@ -1,0 +1,304 @@
+#include "limiter/CLimiter.h"
+#include "limiter/LimiterTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+extern char** environ;
+
+using namespace limiter_test;
+
+// Golden renders lock the limiter's exact output, bit for bit, once its
+// behaviour has been verified by the other tests: a fixed stereo signal goes
+// through a handful of settings that together run every stage, and the
+// FNV-1a 64 checksum of the output's float bit patterns is compared with the
+// one recorded here. The dither generator and the anti-denormal seed are
+// program-wide and start at 0 when the program loads, so every render runs in
+// a fresh process: this test program started again with the render's name in
+// the environment, which renders, prints the checksum and exits before any
+// test runs. The checksums hold for this platform's compiler and maths
+// library.
+namespace
+{
+// A checksum of 0 marks a render whose output has not been recorded yet; the
+// test fails on it and prints the checksum to record.
+const uint64_t notRecorded = 0;
+
+struct GoldenRender
+{
+    const char* name;
+    Settings settings;
+    uint64_t checksum;
+};
+
+void PrintTo(const GoldenRender& render, std::ostream* os)
+{
+    *os << render.name;
+}
+
+template <typename Configure>
+GoldenRender golden(const char* name, uint64_t checksum, Configure configure)
+{
+    Settings s;
+    configure(s);
+    return {name, s, checksum};
+}
+
+std::vector<GoldenRender> goldenRenders()
+{
+    return {
+        // Sample peaks, no word length, moderate saturation (the plug-in's
+        // first factory program, driven 6 dB harder).
+        golden("SamplePeakSaturated", 0x80e6aacdf9a9d7a7ull, [](Settings& s) {
+            s.inputGainDb = 6.0f;
+            s.attack = 0.04f;
+            s.release = 0.5f;
+            s.lookahead = 0.001f;
+            s.ceilingDb = -0.1f;
+            s.link = 0.35f;
+            s.saturation = 0.3f;
+        }),
+        golden("TruePeakLinked8Bit", 0x881e313a54deb6abull, [](Settings& s) {
+            s.inputGainDb = 9.0f;
+            s.attack = 0.02f;
+            s.release = 0.3f;
+            s.truePeak = true;
+            s.ceilingDb = -1.0f;
+            s.link = 1.0f;
+            s.bits = 8;
+        }),
+        golden("MonitorUnlinked8BitShaped", 0x4e14d3b12cda6531ull, [](Settings& s) {
+            s.inputGainDb = 12.0f;
+            s.lookahead = 0.0015f;
+            s.link = 0.0f;
+            s.monitor = true;
+            s.saturation = 0.8f;
+            s.bits = 8;
+            s.shaping = 1.0f;
+        }),
+        golden("TruePeak16Bit", 0xe92626db5319eee7ull, [](Settings& s) {
+            s.inputGainDb = 6.0f;
+            s.truePeak = true;
+            s.ceilingDb = -0.1f;
+            s.link = 0.5f;
+            s.saturation = 0.5f;
+            s.bits = 16;
+        }),
+        golden("InstantUpperLink16BitShaped", 0x7aef81ea845c558full, [](Settings& s) {
+            s.inputGainDb = 10.0f;
+            s.attack = 0.0f;
+            s.release = 0.15f;
+            s.lookahead = 0.0f;
+            s.link = 0.75f;
+            s.saturation = 1.0f;
+            s.bits = 16;
+            s.shaping = 1.0f;
+        }),
+        golden("TruePeak24Bit", 0xd9b7cd270e68a4b0ull, [](Settings& s) {
+            s.inputGainDb = 3.0f;
+            s.attack = 0.04f;
+            s.release = 0.3f;
+            s.lookahead = 0.001f;
+            s.truePeak = true;
+            s.ceilingDb = -1.0f;
+            s.link = 0.4f;
+            s.saturation = 0.2f;
+            s.bits = 24;
+        }),
+        golden("SlowMonitorLinked24BitShaped", 0xaa759bf01ab63aeaull, [](Settings& s) {
+            s.inputGainDb = 8.0f;
+            s.attack = 1.0f;
+            s.release = 1.0f;
+            s.lookahead = 0.003f;
+            s.ceilingDb = -3.0f;
+            s.link = 1.0f;
+            s.monitor = true;
+            s.saturation = 0.9f;
+            s.bits = 24;
+            s.shaping = 0.5f;
+        }),
+        golden("TruePeakUnlinked16BitHalfShaped", 0x4b33fce2b1fc6d52ull, [](Settings& s) {
+            s.inputGainDb = 14.0f;
+            s.truePeak = true;
+            s.link = 0.0f;
+            s.aes17 = false;
+            s.bits = 16;
+            s.shaping = 0.5f;
+        }),
+    };
+}
+
+// Two seconds at 44.1 kHz: a bass and a lead line with harmonics, noise from
+// the tests' own generator, a slow swell, drum hits every 125 ms and single
+// sample clicks; peaks near +13 dBFS, so every render limits and, where
+// saturation is on, saturates.
+Buffer goldenSignal()
+{
+    const double pi = 3.14159265358979323846;
+    const double fs = 44100.0;
+    const int frames = 88200;
+    Buffer in = makeBuffer(2, frames);
+    TestNoise noise(20240601u);
+    const double bass[2] = {82.41, 110.0};
+    const double lead[2] = {329.63, 440.0};
+    const double air[2] = {2637.0, 5274.0};
+    const int hitSpacing = 5512;
+    const int clickSpacing = 16317;
+    for (int n = 0; n < frames; ++n)
+    {
+        const double t = n / fs;
+        const double swell = 0.7 + 0.4 * std::sin(2.0 * pi * 0.7 * t);
+        const int sinceHit = n % hitSpacing;
+        const double hitDecay = std::exp(-sinceHit / (n / hitSpacing % 2 == 0 ? 300.0 : 1200.0));
+        const double hit = 2.5 * hitDecay * noise.next();
+        for (int ch = 0; ch < 2; ++ch)
+        {
+            double x = swell
+                    * (0.7 * std::sin(2.0 * pi * bass[ch] * t) + 0.5 * std::sin(2.0 * pi * lead[ch] * t + 0.3 + ch)
+                        + 0.25 * std::sin(2.0 * pi * air[ch] * t))
+                + 0.2 * noise.next() + (ch == 0 ? hit : 0.8 * hit);
+            if (n % clickSpacing == 4000 + 777 * ch)
+                x = (ch == 0 ? 3.0 : -3.0);
+            in[ch][n] = static_cast<float>(x);
+        }
+    }
+    return in;
+}
+
+// FNV-1a 64 over the bit patterns of every output float, channel by
+// channel, each as four bytes from the least significant.
+uint64_t checksum(const Buffer& out)
+{
+    uint64_t hash = 0xcbf29ce484222325ull;
+    for (const auto& channel : out)
+        for (float x : channel)
+        {
+            uint32_t bits;
+            std::memcpy(&bits, &x, sizeof bits);
+            for (int byte = 0; byte < 4; ++byte)
+            {
+                hash ^= (bits >> (8 * byte)) & 0xFFu;
+                hash *= 0x100000001b3ull;
+            }
+        }
+    return hash;
+}
+
+const char* const renderVariable = "PALISORNE_LIMITER_GOLDEN_RENDER";
+const char* const checksumTag = "golden-checksum ";
+
+// In a process started for one render, renders before any test runs and
+// leaves with the checksum on standard output.
+class GoldenRenderProcess : public ::testing::Environment
+{
+public:
+    void SetUp() override
+    {
+        const char* name = std::getenv(renderVariable);
+        if (name == nullptr)
+            return;
+        for (const GoldenRender& r : goldenRenders())
+            if (std::strcmp(r.name, name) == 0)
+            {
+                CLimiter limiter(2);
+                apply(limiter, r.settings);
+                const uint64_t sum = checksum(render(limiter, goldenSignal(), 512));
+                std::printf("\n%s%016llx\n", checksumTag, static_cast<unsigned long long>(sum));
+                std::fflush(stdout);
+                std::_Exit(0);
+            }
+        std::_Exit(3);
+    }
+};
+
+[[maybe_unused]] ::testing::Environment* const renderProcess =
+    ::testing::AddGlobalTestEnvironment(new GoldenRenderProcess);
+
+// Starts this program again for one render and reads back its checksum.
+std::optional<uint64_t> renderInFreshProcess(const char* name)
+{
+    int fds[2];
+    if (pipe(fds) != 0)
+        return std::nullopt;
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, fds[1], STDOUT_FILENO);
+    posix_spawn_file_actions_addclose(&actions, fds[0]);
+    posix_spawn_file_actions_addclose(&actions, fds[1]);
+
+    std::string variable = std::string(renderVariable) + "=" + name;
+    std::vector<char*> environment;
+    for (char** e = environ; *e != nullptr; ++e)
+        if (std::strncmp(*e, renderVariable, std::strlen(renderVariable)) != 0)
+            environment.push_back(*e);
+    environment.push_back(variable.data());
+    environment.push_back(nullptr);
+    std::string program = "/proc/self/exe";
+    std::string filter = "--gtest_filter=Renders/CLimiterGoldenTest.*";
+    char* arguments[] = {program.data(), filter.data(), nullptr};
+
+    pid_t pid = 0;
+    const int spawned = posix_spawn(&pid, program.c_str(), &actions, nullptr, arguments, environment.data());
+    posix_spawn_file_actions_destroy(&actions);
+    close(fds[1]);
+    std::string output;
+    if (spawned == 0)
+    {
+        char chunk[4096];
+        for (;;)
+        {
+            const ssize_t got = read(fds[0], chunk, sizeof chunk);
+            if (got > 0)
+                output.append(chunk, static_cast<size_t>(got));
+            else if (got == 0 || errno != EINTR)
+                break;
+        }
+    }
+    close(fds[0]);
+    if (spawned != 0)
+        return std::nullopt;
+    int status = 0;
+    while (waitpid(pid, &status, 0) < 0 && errno == EINTR)
+    {
+    }
+    const size_t at = output.find(checksumTag);
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0 || at == std::string::npos)
+        return std::nullopt;
+    return std::strtoull(output.c_str() + at + std::strlen(checksumTag), nullptr, 16);
+}
+}
+
+class CLimiterGoldenTest : public ::testing::TestWithParam<GoldenRender>
+{
+};
+
+TEST_P(CLimiterGoldenTest, OutputMatchesTheRecordedRender)
+{
+    const GoldenRender& r = GetParam();
+    const auto first = renderInFreshProcess(r.name);
+    const auto second = renderInFreshProcess(r.name);
+    ASSERT_TRUE(first && second) << "the render process failed";
+    // Anything left uninitialised or carried between processes would show
+    // up as two fresh processes disagreeing.
+    EXPECT_EQ(*first, *second) << "fresh processes render different bits";
+    ASSERT_NE(r.checksum, notRecorded) << "no checksum recorded for " << r.name << "; this build renders 0x" << std::hex
+                                       << *first;
+    EXPECT_EQ(*first, r.checksum) << std::hex << "rendered 0x" << *first << ", recorded 0x" << r.checksum;
+}
+
+INSTANTIATE_TEST_SUITE_P(Renders, CLimiterGoldenTest, ::testing::ValuesIn(goldenRenders()),
+    [](const ::testing::TestParamInfo<GoldenRender>& info) { return std::string(info.param.name); });

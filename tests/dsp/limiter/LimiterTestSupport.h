@@ -1,0 +1,178 @@
+#pragma once
+
+#include "limiter/CLimiter.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <vector>
+
+// Signals, settings and a block-wise renderer shared by the limiter's tests.
+namespace limiter_test
+{
+// [channel][frame]
+using Buffer = std::vector<std::vector<float>>;
+
+// Input sample n leaves the limiter at output sample n + latency.
+constexpr int latency = 1535;
+
+inline Buffer makeBuffer(int channels, int frames)
+{
+    return Buffer(static_cast<size_t>(channels), std::vector<float>(static_cast<size_t>(frames), 0.0f));
+}
+
+// Uniform values in [-1, 1) from a generator of the tests' own, so that the
+// test signals never touch the program-wide generators of the code under test.
+class TestNoise
+{
+public:
+    explicit TestNoise(uint32_t seed) : state(seed) {}
+
+    float next()
+    {
+        state = state * 1664525u + 1013904223u;
+        return static_cast<float>(state >> 8) * (1.0f / 8388608.0f) - 1.0f;
+    }
+
+private:
+    uint32_t state;
+};
+
+// Every limiter setting, with the values most tests start from: no
+// saturation and no word-length reduction, so the path is plain gain.
+struct Settings
+{
+    float sampleRate = 44100.0f;
+    float inputGainDb = 0.0f;
+    float attack = 0.08f;
+    float release = 0.5f;
+    float lookahead = 0.002f;
+    bool truePeak = false;
+    float ceilingDb = 0.0f;
+    float link = 0.35f;
+    bool aes17 = true;
+    bool monitor = false;
+    float saturation = 0.0f;
+    int bits = 0;
+    float shaping = 0.0f;
+};
+
+inline void apply(CLimiter& limiter, const Settings& s)
+{
+    limiter.setSampleRate(s.sampleRate);
+    limiter.setInputGain(s.inputGainDb);
+    limiter.setAttack(s.attack);
+    limiter.setRelease(s.release);
+    limiter.setLookahead(s.lookahead);
+    limiter.setTruePeak(s.truePeak);
+    limiter.setCeiling(s.ceilingDb);
+    limiter.setLink(s.link);
+    limiter.setAES17(s.aes17);
+    limiter.setMonitor(s.monitor);
+    limiter.setSaturation(s.saturation);
+    limiter.setNumBits(static_cast<int8_t>(s.bits));
+    limiter.setShaping(s.shaping);
+}
+
+// Runs the input through the limiter in blocks of blockSize frames (the last
+// one shorter). inPlace hands the same arrays as input and output, as a host
+// doing replacing processing may.
+inline Buffer render(CLimiter& limiter, const Buffer& in, int blockSize, bool inPlace = false)
+{
+    const int channels = static_cast<int>(in.size());
+    const int frames = static_cast<int>(in[0].size());
+    Buffer out = inPlace ? in : makeBuffer(channels, frames);
+    std::vector<const float*> inputs(static_cast<size_t>(channels));
+    std::vector<float*> outputs(static_cast<size_t>(channels));
+    for (int pos = 0; pos < frames; pos += blockSize)
+    {
+        const int count = std::min(blockSize, frames - pos);
+        for (int ch = 0; ch < channels; ++ch)
+        {
+            outputs[ch] = out[ch].data() + pos;
+            inputs[ch] = inPlace ? outputs[ch] : in[ch].data() + pos;
+        }
+        limiter.process(inputs.data(), outputs.data(), count);
+    }
+    return out;
+}
+
+inline std::vector<float> flatten(const Buffer& buffer)
+{
+    std::vector<float> all;
+    for (const auto& channel : buffer)
+        all.insert(all.end(), channel.begin(), channel.end());
+    return all;
+}
+
+// A loud stereo mix that keeps the limiter busy: a bass line, mid and high
+// tones and noise, cut into sections that alternate between a dense loud
+// part, near silence broken by single-sample clicks, a quarter-rate tone
+// whose true peak lies between the samples, and hard on/off bursts.
+// Peaks reach about 5.7 (+15 dBFS) before any input gain.
+inline Buffer loudMix(float sampleRate, int frames, uint32_t seed)
+{
+    const double pi = 3.14159265358979323846;
+    const double fs = static_cast<double>(sampleRate);
+    const int section = 2048;
+    Buffer out = makeBuffer(2, frames);
+    TestNoise noise(seed);
+    for (int ch = 0; ch < 2; ++ch)
+    {
+        const double detune = 1.0 + 0.013 * ch;
+        int nextClick = 17 + 29 * ch;
+        for (int n = 0; n < frames; ++n)
+        {
+            const double t = n / fs;
+            double music = 0.9 * std::sin(2.0 * pi * 55.0 * detune * t)
+                + 0.45 * std::sin(2.0 * pi * 441.0 * detune * t + ch)
+                + 0.3 * noise.next();
+            if (fs > 2.0 * 3600.0)
+                music += 0.25 * std::sin(2.0 * pi * 3600.0 * detune * t);
+            double x = 0.0;
+            switch ((n / section + ch) % 4)
+            {
+            case 0:
+                x = 1.8 * music;
+                break;
+            case 1:
+                x = 0.02 * music;
+                if (n == nextClick)
+                {
+                    x = (noise.next() < 0.0f ? -1.0 : 1.0) * (1.5 + 2.0 * std::fabs(noise.next()));
+                    nextClick += 23 + static_cast<int>(200.0f * std::fabs(noise.next()));
+                }
+                break;
+            case 2:
+                x = 0.4 * music + 2.5 * std::sin(pi / 2.0 * n + pi / 4.0);
+                break;
+            default:
+                x = ((n / 97) % 3 == 0) ? 3.0 * music : 0.01 * music;
+                break;
+            }
+            if (n > nextClick)
+                nextClick = n + 13;
+            out[ch][n] = static_cast<float>(x);
+        }
+    }
+    return out;
+}
+
+// Samples alternating +amplitude, -amplitude: every sample is a peak of the
+// same size, so the sliding maximum is constant and the limiter's gain is
+// easy to predict.
+inline void fillAlternating(std::vector<float>& channel, int from, int to, float amplitude)
+{
+    for (int n = from; n < to; ++n)
+        channel[n] = (n % 2 == 0) ? amplitude : -amplitude;
+}
+
+// Largest |x| over [from, to).
+inline float peak(const std::vector<float>& channel, int from, int to)
+{
+    float m = 0.0f;
+    for (int n = from; n < to; ++n)
+        m = std::max(m, std::fabs(channel[n]));
+    return m;
+}
+}
