@@ -1,0 +1,26 @@
+#pragma once
+
+#include "AEffEditor.h"
+
+// Base of a graphical editor: the effect, the window frame that the toolkit
+// builds on open (null while closed), and the editor's fixed rectangle.
+class AEffGUIEditor : public AEffEditor
+{
+public:
+    explicit AEffGUIEditor(AudioEffect* effect);
+
+    bool getRect(ERect** rect) override;
+    bool open(void* parentWindow) override;
+    void close() override;
+    void idle() override;
+
+    // A parameter changed in the effect (host, automation or the editor
+    // itself); index as the effect received it, value normalised.
+    virtual void setParameter(VstInt32 index, float value);
+
+    void* getFrame() const { return frame; }
+
+protected:
+    void* frame;
+    ERect rect;
+};

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "CVSTPlugin.h"
+#include "EditorHost.h"
+#include "limiter/CLimiter.h"
+
+// The plug-in: the framework that talks to the host, and the limiter that
+// processes the audio, in one object. Parameter changes go to the limiter's
+// settings; audio blocks go straight to the limiter.
+class CMyVSTPlugin : public CVSTPlugin, public CLimiter, public EditorHost
+{
+public:
+    enum Parameter
+    {
+        kInputGain,
+        kAttack,
+        kRelease,
+        kLookahead,
+        kTruePeak,
+        kCeiling,
+        kMeterScale,
+        kLink,
+        kAES17,
+        kMonitor,
+        kSaturation,
+        kWordLength,
+        kNoiseShaping,
+        kNumParameters
+    };
+    static constexpr int kNumPrograms = 64;
+    static constexpr int kNumFactoryPrograms = 17;
+
+    CMyVSTPlugin(audioMasterCallback audioMaster, int numInputs, int numOutputs, int numPrograms, int numParams);
+    ~CMyVSTPlugin() override;
+
+    // Both flush the limiter's audio state; the settings stay.
+    void suspend() override;
+    void resume() override;
+    // Goes to the limiter only (which clamps it); the rate the framework
+    // keeps stays the one it started with.
+    void setSampleRate(float rate) override;
+    void processReplacing(float** inputs, float** outputs, VstInt32 sampleFrames) override;
+    // Stores the value, tells the editor and drives the limiter setting of
+    // the index. A value that is not finite is ignored; an index of 13 or
+    // more changes nothing; a negative one only reaches the editor.
+    void setParameter(VstInt32 index, float value) override;
+
+    // What the editor reads: the framework's texts and values in units, and
+    // the limiter's meters.
+    void getParameterText(VstInt32 index, char* text) override;
+    float getPlainValue(VstInt32 index) override;
+    float getRmsLevel(int channel) override;
+    float getOutputPeak(int channel) override;
+    float getGainReduction(int channel) override;
+    float getSaturationGain(int channel) override;
+};

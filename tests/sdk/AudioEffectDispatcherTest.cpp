@@ -1,0 +1,468 @@
+// The SDK layer as a host drives it: every call goes through the AEffect
+// record, as from a host, onto a small effect that records what reaches it.
+#include "AEffGUIEditor.h"
+#include "AudioEffectX.h"
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace
+{
+struct HostCall
+{
+    VstInt32 opcode;
+    VstInt32 index;
+    VstIntPtr value;
+    float opt;
+};
+
+std::vector<HostCall> hostCalls;
+
+VstIntPtr recordingHost(AEffect*, VstInt32 opcode, VstInt32 index, VstIntPtr value, void*, float opt)
+{
+    hostCalls.push_back({opcode, index, value, opt});
+    return opcode == audioMasterVersion ? kVstVersion : 1;
+}
+
+// Three programs, two parameters; remembers what the dispatcher handed on.
+class TestEffect : public AudioEffectX
+{
+public:
+    explicit TestEffect(bool* deleted = nullptr) : AudioEffectX(recordingHost, 3, 2), deleted(deleted)
+    {
+        canProcessReplacing(true);
+        setNumInputs(2);
+        setNumOutputs(2);
+    }
+    ~TestEffect() override
+    {
+        if (deleted)
+        {
+            *deleted = true;
+        }
+    }
+
+    void processReplacing(float** inputs, float** outputs, VstInt32 frames) override
+    {
+        for (VstInt32 i = 0; i < frames; ++i)
+        {
+            outputs[0][i] = 2.0f * inputs[0][i];
+        }
+    }
+    void setParameter(VstInt32 index, float value) override
+    {
+        calls.push_back("setParameter " + std::to_string(index));
+        lastValue = value;
+    }
+    float getParameter(VstInt32 index) override { return 0.25f * static_cast<float>(index); }
+    void getParameterName(VstInt32 index, char* text) override
+    {
+        calls.push_back("name " + std::to_string(index));
+        vst_strncpy(text, "Gain", kVstMaxParamStrLen);
+    }
+    void getParameterDisplay(VstInt32 index, char* text) override
+    {
+        calls.push_back("display " + std::to_string(index));
+        vst_strncpy(text, "1.0", kVstMaxParamStrLen);
+    }
+    void getParameterLabel(VstInt32 index, char* text) override
+    {
+        calls.push_back("label " + std::to_string(index));
+        vst_strncpy(text, "dB", kVstMaxParamStrLen);
+    }
+    bool getProgramNameIndexed(VstInt32, VstInt32 index, char* text) override
+    {
+        calls.push_back("programNameIndexed " + std::to_string(index));
+        vst_strncpy(text, "Prog", kVstMaxProgNameLen);
+        return true;
+    }
+    bool getEffectName(char* name) override
+    {
+        vst_strncpy(name, "Tester", kVstMaxEffectNameLen);
+        return true;
+    }
+    VstInt32 canDo(char* text) override { return text ? 1 : -1; }
+    void setSampleRate(float rate) override
+    {
+        calls.push_back("setSampleRate");
+        AudioEffectX::setSampleRate(rate);
+    }
+    void setBlockSize(VstInt32 size) override
+    {
+        calls.push_back("setBlockSize");
+        AudioEffectX::setBlockSize(size);
+    }
+    void suspend() override { calls.push_back("suspend"); }
+    void resume() override { calls.push_back("resume"); }
+
+    std::vector<std::string> calls;
+    float lastValue = -1.0f;
+
+private:
+    bool* deleted;
+};
+
+class TestEditor : public AEffGUIEditor
+{
+public:
+    explicit TestEditor(AudioEffect* effect, bool* deleted) : AEffGUIEditor(effect), deleted(deleted)
+    {
+        rect = {0, 0, 427, 506};
+    }
+    ~TestEditor() override { *deleted = true; }
+    void idle() override { ++idleCount; }
+    bool onKeyDown(VstKeyCode& key) override
+    {
+        lastKey = key;
+        return true;
+    }
+
+    int idleCount = 0;
+    VstKeyCode lastKey{0, 0, 0};
+
+private:
+    bool* deleted;
+};
+
+class AudioEffectDispatcher : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        hostCalls.clear();
+        effect = new TestEffect(&effectDeleted);
+        record = effect->getAeffect();
+    }
+    void TearDown() override
+    {
+        if (!effectDeleted)
+        {
+            record->dispatcher(record, effClose, 0, 0, nullptr, 0.0f);
+        }
+    }
+    VstIntPtr dispatch(VstInt32 opcode, VstInt32 index = 0, VstIntPtr value = 0, void* ptr = nullptr,
+                       float opt = 0.0f)
+    {
+        return record->dispatcher(record, opcode, index, value, ptr, opt);
+    }
+
+    bool effectDeleted = false;
+    TestEffect* effect = nullptr;
+    AEffect* record = nullptr;
+};
+}
+
+TEST(VstText, CopyIsCutAndAlwaysTerminated)
+{
+    char text[12];
+    std::memset(text, 'x', sizeof text);
+    vst_strncpy(text, "Lookahead time", 8);
+    EXPECT_STREQ(text, "Lookahea");
+    vst_strncpy(text, "dB", 8);
+    EXPECT_STREQ(text, "dB");
+    vst_strncpy(text, nullptr, 8);
+    EXPECT_STREQ(text, "");
+    vst_strncpy(nullptr, "ignored", 8);
+}
+
+TEST_F(AudioEffectDispatcher, RecordDescribesTheEffect)
+{
+    EXPECT_EQ(record->magic, kEffectMagic);
+    EXPECT_EQ(record->object, effect);
+    EXPECT_EQ(record->numPrograms, 3);
+    EXPECT_EQ(record->numParams, 2);
+    EXPECT_EQ(record->numInputs, 2);
+    EXPECT_EQ(record->numOutputs, 2);
+    EXPECT_EQ(record->flags, effFlagsCanReplacing);
+    EXPECT_FLOAT_EQ(record->ioRatio, 1.0f);
+    EXPECT_EQ(dispatch(effGetVstVersion), 2400);
+    EXPECT_EQ(effect->getMasterVersion(), kVstVersion);
+}
+
+TEST_F(AudioEffectDispatcher, FlagsFollowAnnouncements)
+{
+    effect->canDoubleReplacing(true);
+    effect->noTail(true);
+    EXPECT_EQ(record->flags, effFlagsCanReplacing | effFlagsCanDoubleReplacing | effFlagsNoSoundInStop);
+    effect->canProcessReplacing(false);
+    effect->noTail(false);
+    EXPECT_EQ(record->flags, effFlagsCanDoubleReplacing);
+    effect->isSynth(true);
+    EXPECT_EQ(dispatch(effGetPlugCategory), kPlugCategSynth);
+    effect->isSynth(false);
+    EXPECT_EQ(dispatch(effGetPlugCategory), kPlugCategUnknown);
+}
+
+TEST_F(AudioEffectDispatcher, AudioAndParameterEntriesReachTheEffect)
+{
+    float in[4] = {0.5f, -0.25f, 1.0f, 0.0f};
+    float out[4] = {};
+    float* inputs[2] = {in, in};
+    float* outputs[2] = {out, out};
+    record->processReplacing(record, inputs, outputs, 4);
+    EXPECT_FLOAT_EQ(out[0], 1.0f);
+    EXPECT_FLOAT_EQ(out[1], -0.5f);
+    EXPECT_FLOAT_EQ(out[2], 2.0f);
+
+    // The deprecated accumulating entry must not touch the host's buffers.
+    record->process(record, inputs, outputs, 4);
+    EXPECT_FLOAT_EQ(out[2], 2.0f);
+
+    record->setParameter(record, 1, 0.75f);
+    EXPECT_EQ(effect->calls.back(), "setParameter 1");
+    EXPECT_FLOAT_EQ(effect->lastValue, 0.75f);
+    EXPECT_FLOAT_EQ(record->getParameter(record, 1), 0.25f);
+}
+
+TEST_F(AudioEffectDispatcher, EntriesWithoutAnObjectAreHarmless)
+{
+    record->object = nullptr;
+    EXPECT_EQ(dispatch(effGetVstVersion), 0);
+    record->setParameter(record, 0, 1.0f);
+    EXPECT_FLOAT_EQ(record->getParameter(record, 0), 0.0f);
+    record->processReplacing(record, nullptr, nullptr, 16);
+    record->processDoubleReplacing(record, nullptr, nullptr, 16);
+    EXPECT_EQ(record->dispatcher(nullptr, effGetVstVersion, 0, 0, nullptr, 0.0f), 0);
+    EXPECT_FLOAT_EQ(record->getParameter(nullptr, 0), 0.0f);
+    record->setParameter(nullptr, 0, 1.0f);
+    EXPECT_TRUE(effect->calls.empty());
+    record->object = effect;
+}
+
+TEST_F(AudioEffectDispatcher, ParameterTextsOnlyForValidIndicesAndBuffers)
+{
+    char text[32];
+    for (VstInt32 opcode : {effGetParamName, effGetParamLabel, effGetParamDisplay})
+    {
+        for (VstInt32 index : {-1, 2, 1000, std::numeric_limits<VstInt32>::min()})
+        {
+            std::strcpy(text, "garbage");
+            EXPECT_EQ(dispatch(opcode, index, 0, text), 0);
+            EXPECT_STREQ(text, "") << "opcode " << opcode << " index " << index;
+        }
+        EXPECT_EQ(dispatch(opcode, 0, 0, nullptr), 0);
+    }
+    EXPECT_TRUE(effect->calls.empty());
+
+    dispatch(effGetParamName, 1, 0, text);
+    EXPECT_STREQ(text, "Gain");
+    dispatch(effGetParamLabel, 0, 0, text);
+    EXPECT_STREQ(text, "dB");
+    dispatch(effGetParamDisplay, 1, 0, text);
+    EXPECT_STREQ(text, "1.0");
+    EXPECT_EQ(effect->calls, (std::vector<std::string>{"name 1", "label 0", "display 1"}));
+}
+
+TEST_F(AudioEffectDispatcher, ProgramsOnlyWithinTheTable)
+{
+    EXPECT_EQ(dispatch(effSetProgram, 0, 2), 0);
+    EXPECT_EQ(dispatch(effGetProgram), 2);
+    for (VstIntPtr program : {VstIntPtr{3}, VstIntPtr{-1}, VstIntPtr{1} << 40})
+    {
+        dispatch(effSetProgram, 0, program);
+        EXPECT_EQ(dispatch(effGetProgram), 2) << program;
+    }
+    // The framework default keeps the range too when called directly.
+    effect->setProgram(7);
+    EXPECT_EQ(effect->getProgram(), 2);
+
+    char name[64];
+    std::strcpy(name, "garbage");
+    EXPECT_EQ(dispatch(effGetProgramNameIndexed, 3, 0, name), 0);
+    EXPECT_STREQ(name, "");
+    EXPECT_EQ(dispatch(effGetProgramNameIndexed, -1, 0, name), 0);
+    EXPECT_EQ(dispatch(effGetProgramNameIndexed, 0, 0, nullptr), 0);
+    EXPECT_TRUE(effect->calls.empty());
+    EXPECT_EQ(dispatch(effGetProgramNameIndexed, 2, 0, name), 1);
+    EXPECT_STREQ(name, "Prog");
+
+    EXPECT_EQ(dispatch(effSetProgramName, 0, 0, nullptr), 0);
+    EXPECT_EQ(dispatch(effGetProgramName, 0, 0, nullptr), 0);
+    std::strcpy(name, "garbage");
+    dispatch(effGetProgramName, 0, 0, name);
+    EXPECT_STREQ(name, "");
+}
+
+TEST_F(AudioEffectDispatcher, IdentityTextsNeedABuffer)
+{
+    char text[80];
+    EXPECT_EQ(dispatch(effGetEffectName, 0, 0, nullptr), 0);
+    EXPECT_EQ(dispatch(effGetEffectName, 0, 0, text), 1);
+    EXPECT_STREQ(text, "Tester");
+    // Not provided by this effect: answered 0 with an empty text.
+    std::strcpy(text, "garbage");
+    EXPECT_EQ(dispatch(effGetVendorString, 0, 0, text), 0);
+    EXPECT_STREQ(text, "");
+    EXPECT_EQ(dispatch(effGetProductString, 0, 0, nullptr), 0);
+    EXPECT_EQ(dispatch(effGetVendorVersion), 0);
+}
+
+TEST_F(AudioEffectDispatcher, CanDoPassesTheHostsTextAsItCame)
+{
+    char text[] = "2in2out";
+    EXPECT_EQ(dispatch(effCanDo, 0, 0, text), 1);
+    EXPECT_EQ(dispatch(effCanDo, 0, 0, nullptr), -1);
+}
+
+TEST_F(AudioEffectDispatcher, SampleRateAndBlockSizeRejectNonsense)
+{
+    dispatch(effSetSampleRate, 0, 0, nullptr, 48000.0f);
+    EXPECT_FLOAT_EQ(effect->getSampleRate(), 48000.0f);
+    for (float rate : {0.0f, -44100.0f, std::nanf(""), std::numeric_limits<float>::infinity()})
+    {
+        dispatch(effSetSampleRate, 0, 0, nullptr, rate);
+        EXPECT_FLOAT_EQ(effect->getSampleRate(), 48000.0f) << rate;
+    }
+    dispatch(effSetBlockSize, 0, 512);
+    EXPECT_EQ(effect->getBlockSize(), 512);
+    for (VstIntPtr size : {VstIntPtr{0}, VstIntPtr{-64}, VstIntPtr{1} << 40})
+    {
+        dispatch(effSetBlockSize, 0, size);
+        EXPECT_EQ(effect->getBlockSize(), 512) << size;
+    }
+    EXPECT_EQ(effect->calls, (std::vector<std::string>{"setSampleRate", "setBlockSize"}));
+}
+
+TEST_F(AudioEffectDispatcher, MainsChangedSuspendsAndResumes)
+{
+    dispatch(effMainsChanged, 0, 0);
+    dispatch(effMainsChanged, 0, 1);
+    dispatch(effMainsChanged, 0, 0);
+    EXPECT_EQ(effect->calls, (std::vector<std::string>{"suspend", "resume", "suspend"}));
+}
+
+TEST_F(AudioEffectDispatcher, UnknownAndUnsupportedOpcodesAnswerZero)
+{
+    char buffer[256] = {};
+    for (VstInt32 opcode : {-1, 80, 9999, static_cast<VstInt32>(effGetVu), static_cast<VstInt32>(effGetChunk),
+                            static_cast<VstInt32>(effSetChunk), static_cast<VstInt32>(effProcessEvents),
+                            static_cast<VstInt32>(effString2Parameter), static_cast<VstInt32>(effSetBypass),
+                            static_cast<VstInt32>(effGetParameterProperties),
+                            static_cast<VstInt32>(effShellGetNextPlugin), static_cast<VstInt32>(effGetTailSize),
+                            static_cast<VstInt32>(effSetSpeakerArrangement),
+                            static_cast<VstInt32>(effGetNumMidiInputChannels)})
+    {
+        EXPECT_EQ(dispatch(opcode, 0, 0, buffer), 0) << opcode;
+        EXPECT_EQ(dispatch(opcode, -5, -5, nullptr), 0) << opcode;
+    }
+    EXPECT_EQ(dispatch(effGetInputProperties, 2, 0, buffer), 0);
+    EXPECT_EQ(dispatch(effGetOutputProperties, -1, 0, buffer), 0);
+    EXPECT_EQ(dispatch(effCanBeAutomated, 1), 1);
+    EXPECT_EQ(dispatch(effCanBeAutomated, 2), 0);
+    EXPECT_EQ(dispatch(effSetTotalSampleToProcess, 0, 4096), 4096);
+    EXPECT_EQ(dispatch(effIdentify), vstFourCharCode('N', 'v', 'E', 'f'));
+    EXPECT_TRUE(effect->calls.empty());
+}
+
+TEST_F(AudioEffectDispatcher, CloseDeletesTheEffect)
+{
+    EXPECT_EQ(dispatch(effClose), 1);
+    EXPECT_TRUE(effectDeleted);
+}
+
+TEST_F(AudioEffectDispatcher, AutomationIsReportedToTheHost)
+{
+    effect->setParameterAutomated(1, 0.125f);
+    EXPECT_EQ(effect->calls.back(), "setParameter 1");
+    ASSERT_EQ(hostCalls.size(), 1u);
+    EXPECT_EQ(hostCalls[0].opcode, audioMasterAutomate);
+    EXPECT_EQ(hostCalls[0].index, 1);
+    EXPECT_FLOAT_EQ(hostCalls[0].opt, 0.125f);
+
+    EXPECT_TRUE(effect->beginEdit(1));
+    EXPECT_TRUE(effect->endEdit(1));
+    EXPECT_TRUE(effect->sizeWindow(506, 427));
+    ASSERT_EQ(hostCalls.size(), 4u);
+    EXPECT_EQ(hostCalls[1].opcode, audioMasterBeginEdit);
+    EXPECT_EQ(hostCalls[2].opcode, audioMasterEndEdit);
+    EXPECT_EQ(hostCalls[3].opcode, audioMasterSizeWindow);
+    EXPECT_EQ(hostCalls[3].index, 506);
+    EXPECT_EQ(hostCalls[3].value, 427);
+}
+
+TEST(AudioEffectWithoutHost, HostCallsAnswerFalse)
+{
+    struct Silent : AudioEffectX
+    {
+        Silent() : AudioEffectX(nullptr, 1, 1) {}
+        void processReplacing(float**, float**, VstInt32) override {}
+    } effect;
+    effect.setParameterAutomated(0, 1.0f);
+    EXPECT_FALSE(effect.ioChanged());
+    EXPECT_FALSE(effect.beginEdit(0));
+    EXPECT_EQ(effect.getMasterVersion(), 0);
+}
+
+TEST_F(AudioEffectDispatcher, EditorOpcodesWithoutEditorAnswerZero)
+{
+    ERect* rect = reinterpret_cast<ERect*>(0x1);
+    EXPECT_EQ(dispatch(effEditGetRect, 0, 0, &rect), 0);
+    EXPECT_EQ(rect, nullptr);
+    EXPECT_EQ(dispatch(effEditGetRect, 0, 0, nullptr), 0);
+    int window = 0;
+    EXPECT_EQ(dispatch(effEditOpen, 0, 0, &window), 0);
+    EXPECT_EQ(dispatch(effEditClose), 0);
+    EXPECT_EQ(dispatch(effEditIdle), 0);
+    EXPECT_EQ(dispatch(effEditKeyDown, 'a', VKEY_RETURN, nullptr, 0.0f), 0);
+    EXPECT_EQ(record->flags & effFlagsHasEditor, 0);
+}
+
+TEST_F(AudioEffectDispatcher, EditorOpcodesReachTheEditor)
+{
+    bool editorDeleted = false;
+    TestEditor* editor = new TestEditor(effect, &editorDeleted);
+    effect->setEditor(editor);
+    EXPECT_EQ(record->flags & effFlagsHasEditor, effFlagsHasEditor);
+
+    ERect* rect = nullptr;
+    EXPECT_EQ(dispatch(effEditGetRect, 0, 0, &rect), 1);
+    ASSERT_NE(rect, nullptr);
+    EXPECT_EQ(rect->right - rect->left, 506);
+    EXPECT_EQ(rect->bottom - rect->top, 427);
+
+    EXPECT_FALSE(editor->isOpen());
+    EXPECT_EQ(dispatch(effEditOpen, 0, 0, nullptr), 0);
+    EXPECT_FALSE(editor->isOpen());
+    int window = 0;
+    EXPECT_EQ(dispatch(effEditOpen, 0, 0, &window), 1);
+    EXPECT_TRUE(editor->isOpen());
+    dispatch(effEditIdle);
+    dispatch(effEditIdle);
+    EXPECT_EQ(editor->idleCount, 2);
+
+    EXPECT_EQ(dispatch(effEditKeyDown, 'q', VKEY_ESCAPE, nullptr, static_cast<float>(MODIFIER_SHIFT)), 1);
+    EXPECT_EQ(editor->lastKey.character, 'q');
+    EXPECT_EQ(editor->lastKey.virt, VKEY_ESCAPE);
+    EXPECT_EQ(editor->lastKey.modifier, MODIFIER_SHIFT);
+    // Values that do not fit a key code arrive as "none".
+    dispatch(effEditKeyDown, 'w', 100000, nullptr, std::nanf(""));
+    EXPECT_EQ(editor->lastKey.virt, 0);
+    EXPECT_EQ(editor->lastKey.modifier, 0);
+    EXPECT_EQ(dispatch(effEditKeyUp, 'q', 0, nullptr, 0.0f), 0);
+
+    dispatch(effEditClose);
+    EXPECT_FALSE(editor->isOpen());
+    EXPECT_EQ(editor->getFrame(), nullptr);
+
+    dispatch(effClose);
+    EXPECT_TRUE(effectDeleted);
+    EXPECT_TRUE(editorDeleted);
+}
+
+TEST_F(AudioEffectDispatcher, ReplacingTheEditorDeletesTheOldOne)
+{
+    bool firstDeleted = false;
+    bool secondDeleted = false;
+    effect->setEditor(new TestEditor(effect, &firstDeleted));
+    effect->setEditor(new TestEditor(effect, &secondDeleted));
+    EXPECT_TRUE(firstDeleted);
+    EXPECT_FALSE(secondDeleted);
+    effect->setEditor(nullptr);
+    EXPECT_TRUE(secondDeleted);
+    EXPECT_EQ(record->flags & effFlagsHasEditor, 0);
+}

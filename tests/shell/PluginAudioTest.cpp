@@ -1,0 +1,326 @@
+// The module's audio path through the binary interface: latency, flushing on
+// suspend/resume and rate changes, the rate reaching the limiter (clamped),
+// and calls a careless host might make.
+#include "VstModule.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace
+{
+constexpr int latency = 1535;
+constexpr int blockSize = 512;
+constexpr float pi = 3.14159265358979f;
+
+struct Stereo
+{
+    std::vector<float> left;
+    std::vector<float> right;
+};
+
+// Runs the same signal through both channels in host-sized blocks.
+Stereo render(VstModule& plugin, const std::vector<float>& input)
+{
+    Stereo result{std::vector<float>(input.size()), std::vector<float>(input.size())};
+    std::vector<float> left(input), right(input);
+    for (std::size_t start = 0; start < input.size(); start += blockSize)
+    {
+        const int frames = static_cast<int>(std::min<std::size_t>(blockSize, input.size() - start));
+        float* inputs[2] = {left.data() + start, right.data() + start};
+        float* outputs[2] = {result.left.data() + start, result.right.data() + start};
+        plugin.processReplacing(inputs, outputs, frames);
+    }
+    return result;
+}
+
+float peak(const std::vector<float>& samples, std::size_t from, std::size_t to)
+{
+    float maximum = 0.0f;
+    for (std::size_t i = from; i < to; ++i)
+    {
+        maximum = std::max(maximum, std::fabs(samples[i]));
+    }
+    return maximum;
+}
+
+std::vector<float> loudSine(int frames)
+{
+    std::vector<float> signal(static_cast<std::size_t>(frames));
+    for (int i = 0; i < frames; ++i)
+    {
+        signal[static_cast<std::size_t>(i)] = 0.9f * std::sin(2.0f * pi * 1000.0f * static_cast<float>(i) / 44100.0f);
+    }
+    return signal;
+}
+
+// A fresh instance, opened and resumed as hosts do, at no particular rate.
+class PluginAudio : public ::testing::Test
+{
+protected:
+    static void start(VstModule& plugin)
+    {
+        plugin.open();
+        plugin.setBlockSize(blockSize);
+        plugin.resume();
+    }
+
+    // After a loud block, how much of it still comes out of a silent one.
+    static float tailAfter(VstModule& plugin, void (*betweenBlocks)(VstModule&))
+    {
+        render(plugin, loudSine(4096));
+        betweenBlocks(plugin);
+        const Stereo tail = render(plugin, std::vector<float>(2048, 0.0f));
+        return std::max(peak(tail.left, 0, 2048), peak(tail.right, 0, 2048));
+    }
+};
+
+// What is left of a block when the limiter's delay lines hold nothing but
+// the +-1e-8 anti-denormal noise it adds to silence.
+constexpr float flushedLevel = 1e-6f;
+// A 0.9 sine limited at -0.1 dB still leaves more than this in the tail.
+constexpr float tailLevel = 0.5f;
+}
+
+TEST_F(PluginAudio, ImpulseComesOutAfterTheReportedLatency)
+{
+    VstModule plugin(PALISORNE_MODULE_PATH);
+    start(plugin);
+    ASSERT_EQ(plugin.initialDelay(), latency);
+    std::vector<float> impulse(8192, 0.0f);
+    const std::size_t at = 3000;
+    impulse[at] = 0.5f;
+    const Stereo out = render(plugin, impulse);
+    for (const std::vector<float>* channel : {&out.left, &out.right})
+    {
+        const auto loudest = std::max_element(channel->begin(), channel->end(),
+                                              [](float a, float b) { return std::fabs(a) < std::fabs(b); });
+        EXPECT_EQ(static_cast<std::size_t>(loudest - channel->begin()), at + latency);
+        // Below the ceiling nothing is limited; the 1 Hz high-pass scales a
+        // single sample by its pole, 0.99986 at 44.1 kHz.
+        EXPECT_NEAR(*loudest, 0.5f, 1e-3f);
+        EXPECT_LT(peak(*channel, 0, at + latency), 1e-6f);
+    }
+    // The announced latency stays whatever the look-ahead.
+    plugin.setParameter(3, 1.0f);
+    EXPECT_EQ(plugin.initialDelay(), latency);
+}
+
+TEST_F(PluginAudio, SuspendAndResumeFlushTheAudio)
+{
+    VstModule untouched(PALISORNE_MODULE_PATH);
+    start(untouched);
+    EXPECT_GT(tailAfter(untouched, [](VstModule&) {}), tailLevel);
+
+    VstModule cycled(PALISORNE_MODULE_PATH);
+    start(cycled);
+    EXPECT_LT(tailAfter(cycled, [](VstModule& p) { p.suspend(); p.resume(); }), flushedLevel);
+
+    VstModule suspended(PALISORNE_MODULE_PATH);
+    start(suspended);
+    EXPECT_LT(tailAfter(suspended, [](VstModule& p) { p.suspend(); }), flushedLevel);
+
+    VstModule resumedTwice(PALISORNE_MODULE_PATH);
+    start(resumedTwice);
+    EXPECT_LT(tailAfter(resumedTwice, [](VstModule& p) { p.resume(); }), flushedLevel);
+}
+
+TEST_F(PluginAudio, SettingsSurviveSuspendAndResume)
+{
+    VstModule plugin(PALISORNE_MODULE_PATH);
+    start(plugin);
+    plugin.setParameter(5, 0.5f);
+    plugin.suspend();
+    plugin.resume();
+    EXPECT_EQ(plugin.getParameter(5), 0.5f);
+    // The ceiling at -5 dB still holds the output.
+    const Stereo out = render(plugin, loudSine(8192));
+    EXPECT_LE(peak(out.left, 0, 8192), std::pow(10.0f, -5.0f / 20.0f) * (1.0f + 1e-6f));
+    EXPECT_GT(peak(out.left, 0, 8192), 0.5f);
+}
+
+TEST_F(PluginAudio, OnlyANewRateFlushes)
+{
+    VstModule same(PALISORNE_MODULE_PATH);
+    start(same);
+    same.setSampleRate(44100.0f);
+    EXPECT_GT(tailAfter(same, [](VstModule& p) { p.setSampleRate(44100.0f); }), tailLevel);
+
+    VstModule changed(PALISORNE_MODULE_PATH);
+    start(changed);
+    EXPECT_LT(tailAfter(changed, [](VstModule& p) { p.setSampleRate(48000.0f); }), flushedLevel);
+
+    // 8000 and 11025 Hz both become 22050 Hz: the second is no change.
+    VstModule clamped(PALISORNE_MODULE_PATH);
+    start(clamped);
+    clamped.setSampleRate(8000.0f);
+    EXPECT_GT(tailAfter(clamped, [](VstModule& p) { p.setSampleRate(11025.0f); }), tailLevel);
+}
+
+namespace
+{
+// The look-ahead in samples is observable as the distance between the first
+// gain-reduced output sample and a spike: the detector reads L samples ahead
+// of the output tap, so reduction starts exactly L samples early.
+//
+// A Nyquist square of +-0.25 (never near zero, so no anti-denormal noise)
+// runs through two instances, one with a single sample raised to 4.0. Until
+// the spike itself arrives both outputs carry the same delayed samples, so
+// their ratio is the gain g of the instance with the spike. With saturation
+// off and the ceiling at 0 dB the gain computer sees v = the high-passed
+// spike from the first detection on, and four one-pole sections with
+// coefficient exp(-10/L) smooth it: g = 1/s3 once s3 > 1.
+class LookaheadProbe
+{
+public:
+    explicit LookaheadProbe(void (*setRate)(VstModule&)) : setRate(setRate) {}
+
+    void expectLookahead(int samples, float clampedRate) const
+    {
+        const std::size_t frames = 8192;
+        const std::size_t spikeAt = 6000;
+        std::vector<float> square(frames);
+        for (std::size_t i = 0; i < frames; ++i)
+        {
+            square[i] = (i % 2 == 0) ? 0.25f : -0.25f;
+        }
+        std::vector<float> spiked(square);
+        spiked[spikeAt] = 4.0f;
+
+        const Stereo reference = run(square);
+        const Stereo limited = run(spiked);
+
+        // The high-pass multiplies a new sample by its pole p; its state
+        // (about 2e-5 for this square) shifts v by less than 2e-5.
+        const float pole = std::exp(-2.0f * std::atan(pi / clampedRate));
+        const float v = 4.0f * pole;
+        const float coef = std::exp(-10.0f / static_cast<float>(samples));
+        float s[4] = {1.0f, 1.0f, 1.0f, 1.0f};
+        const std::size_t first = spikeAt + latency - static_cast<std::size_t>(samples);
+        for (const auto& [out, ref] : {std::pair{&limited.left, &reference.left},
+                                       std::pair{&limited.right, &reference.right}})
+        {
+            // Float rounding in the chain and the spike's offset stay below
+            // 3e-5 of the gain; a look-ahead one sample off changes it by
+            // far more in the middle of the window.
+            EXPECT_NEAR((*out)[first - 1] / (*ref)[first - 1], 1.0f, 1e-4f) << "before the window";
+            std::fill(std::begin(s), std::end(s), 1.0f);
+            for (int n = 0; n < samples; ++n)
+            {
+                s[0] = v + (s[0] - v) * coef;
+                s[1] = s[0] + (s[1] - s[0]) * coef;
+                s[2] = s[1] + (s[2] - s[1]) * coef;
+                s[3] = s[2] + (s[3] - s[2]) * coef;
+                const float gain = s[3] > 1.0f ? 1.0f / s[3] : 1.0f;
+                const std::size_t i = first + static_cast<std::size_t>(n);
+                ASSERT_NEAR((*out)[i] / (*ref)[i], gain, 1e-4f) << "sample " << n << " of " << samples;
+            }
+            // The spike itself is held at the ceiling.
+            EXPECT_LE(std::fabs((*out)[spikeAt + latency]), 1.0f);
+        }
+    }
+
+private:
+    Stereo run(const std::vector<float>& input) const
+    {
+        VstModule plugin(PALISORNE_MODULE_PATH);
+        plugin.open();
+        plugin.setBlockSize(blockSize);
+        setRate(plugin);
+        plugin.resume();
+        plugin.setParameter(10, 0.0f);  // no saturation
+        plugin.setParameter(5, 1.0f);   // ceiling 0 dB
+        return render(plugin, input);
+    }
+
+    void (*setRate)(VstModule&);
+};
+}
+
+TEST_F(PluginAudio, LimiterStartsAt44100)
+{
+    LookaheadProbe([](VstModule&) {}).expectLookahead(44, 44100.0f);
+}
+
+TEST_F(PluginAudio, RateReachesTheLimiter)
+{
+    LookaheadProbe([](VstModule& p) { p.setSampleRate(48000.0f); }).expectLookahead(48, 48000.0f);
+    LookaheadProbe([](VstModule& p) { p.setSampleRate(22050.0f); }).expectLookahead(22, 22050.0f);
+}
+
+TEST_F(PluginAudio, RateIsClampedTo22050Through192000)
+{
+    LookaheadProbe([](VstModule& p) { p.setSampleRate(8000.0f); }).expectLookahead(22, 22050.0f);
+    LookaheadProbe([](VstModule& p) { p.setSampleRate(384000.0f); }).expectLookahead(192, 192000.0f);
+}
+
+TEST_F(PluginAudio, RateSetWhileSuspendedReachesTheLimiter)
+{
+    LookaheadProbe([](VstModule& p) {
+        p.suspend();
+        p.setSampleRate(96000.0f);
+    }).expectLookahead(96, 96000.0f);
+}
+
+TEST_F(PluginAudio, CarelessCallsLeaveBuffersAlone)
+{
+    VstModule plugin(PALISORNE_MODULE_PATH);
+    start(plugin);
+    std::vector<float> in(64, 0.5f), outLeft(64, 7.0f), outRight(64, 7.0f);
+    float* inputs[2] = {in.data(), in.data()};
+    float* outputs[2] = {outLeft.data(), outRight.data()};
+    float* missingInput[2] = {in.data(), nullptr};
+    float* missingOutput[2] = {nullptr, outRight.data()};
+
+    plugin.processReplacing(nullptr, outputs, 64);
+    plugin.processReplacing(inputs, nullptr, 64);
+    plugin.processReplacing(missingInput, outputs, 64);
+    plugin.processReplacing(inputs, missingOutput, 64);
+    plugin.processReplacing(inputs, outputs, -64);
+    plugin.processReplacing(inputs, outputs, 0);
+    EXPECT_EQ(peak(outLeft, 0, 64), 7.0f);
+    EXPECT_EQ(peak(outRight, 0, 64), 7.0f);
+
+    // Double precision is not offered; a host that calls it anyway gets nothing done.
+    std::vector<double> inDouble(64, 0.5), outDouble(64, 7.0);
+    double* doubleInputs[2] = {inDouble.data(), inDouble.data()};
+    double* doubleOutputs[2] = {outDouble.data(), outDouble.data()};
+    plugin.effect()->processDoubleReplacing(plugin.effect(), doubleInputs, doubleOutputs, 64);
+    EXPECT_EQ(outDouble[0], 7.0);
+
+    // Processing carries on normally afterwards.
+    plugin.processReplacing(inputs, outputs, 64);
+    EXPECT_LT(peak(outLeft, 0, 64), 1e-6f);
+}
+
+TEST_F(PluginAudio, InPlaceProcessingMatchesSeparateBuffers)
+{
+    std::vector<float> signal(8192);
+    for (std::size_t i = 0; i < signal.size(); ++i)
+    {
+        const float t = static_cast<float>(i) / 44100.0f;
+        signal[i] = 1.2f * std::sin(2.0f * pi * 180.0f * t) + 0.6f * std::sin(2.0f * pi * 2500.0f * t);
+    }
+    VstModule separate(PALISORNE_MODULE_PATH);
+    start(separate);
+    const Stereo expected = render(separate, signal);
+
+    VstModule inPlace(PALISORNE_MODULE_PATH);
+    start(inPlace);
+    std::vector<float> left(signal), right(signal);
+    for (std::size_t begin = 0; begin < signal.size(); begin += blockSize)
+    {
+        float* channels[2] = {left.data() + begin, right.data() + begin};
+        inPlace.processReplacing(channels, channels, blockSize);
+    }
+    // The two instances differ only in the +-1e-8 noise drawn while their
+    // delay lines were still silent.
+    for (std::size_t i = 0; i < signal.size(); ++i)
+    {
+        ASSERT_NEAR(left[i], expected.left[i], 1e-6f) << i;
+        ASSERT_NEAR(right[i], expected.right[i], 1e-6f) << i;
+    }
+    EXPECT_GT(peak(left, 0, signal.size()), 0.5f);
+}

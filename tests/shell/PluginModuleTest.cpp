@@ -1,0 +1,345 @@
+// The built module as a host sees it, loaded through the binary interface:
+// identity, capabilities, parameters, programs and its exported symbols.
+#include "CommandRunner.h"
+#include "PluginTables.h"
+#include "VstModule.h"
+
+#include <dlfcn.h>
+
+#include <cmath>
+#include <limits>
+#include <set>
+#include <sstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace
+{
+class PluginModule : public ::testing::Test
+{
+protected:
+    PluginModule() : plugin(PALISORNE_MODULE_PATH)
+    {
+        plugin.open();
+        plugin.setSampleRate(44100.0f);
+        plugin.setBlockSize(512);
+        plugin.resume();
+    }
+
+    std::string display(int parameter, float value)
+    {
+        plugin.setParameter(parameter, value);
+        return plugin.parameterDisplay(parameter);
+    }
+
+    void expectValues(const float (&expected)[pluginParameterCount], const std::string& what)
+    {
+        for (int j = 0; j < pluginParameterCount; ++j)
+        {
+            EXPECT_EQ(plugin.getParameter(j), expected[j]) << what << ", parameter " << j;
+        }
+    }
+
+    void readValues(float (&values)[pluginParameterCount])
+    {
+        for (int j = 0; j < pluginParameterCount; ++j)
+        {
+            values[j] = plugin.getParameter(j);
+        }
+    }
+
+    VstModule plugin;
+};
+}
+
+TEST_F(PluginModule, IdentityAndFlags)
+{
+    EXPECT_EQ(plugin.effect()->magic, kEffectMagic);
+    EXPECT_EQ(plugin.effectName(), "KW_Palisorne");
+    EXPECT_EQ(plugin.productString(), "KW_Palisorne");
+    EXPECT_EQ(plugin.vendorString(), "Virelmatt");
+    EXPECT_EQ(plugin.vendorVersion(), 2610);
+    EXPECT_EQ(plugin.uniqueId(), 0x4B575053);
+    EXPECT_EQ(plugin.vstVersion(), 2400);
+    EXPECT_EQ(plugin.plugCategory(), kPlugCategEffect);
+    EXPECT_EQ(plugin.tailSize(), 0);
+    EXPECT_EQ(plugin.numInputs(), 2);
+    EXPECT_EQ(plugin.numOutputs(), 2);
+    EXPECT_EQ(plugin.numPrograms(), 64);
+    EXPECT_EQ(plugin.numParams(), 13);
+    EXPECT_EQ(plugin.initialDelay(), 1535);
+
+    const VstInt32 flags = plugin.flags();
+    EXPECT_TRUE(flags & effFlagsCanReplacing);
+    EXPECT_FALSE(flags & effFlagsCanDoubleReplacing);
+    EXPECT_FALSE(flags & effFlagsProgramChunks);
+    EXPECT_FALSE(flags & effFlagsIsSynth);
+    EXPECT_FALSE(flags & effFlagsNoSoundInStop);
+    // No state block of its own: the host keeps parameter values.
+    void* chunk = nullptr;
+    EXPECT_EQ(plugin.dispatch(effGetChunk, 0, 0, &chunk), 0);
+}
+
+TEST_F(PluginModule, CanDoAnswers)
+{
+    for (const char* yes : {"plugAsChannelInsert", "plugAsSend", "mixDryWet", "1in1out", "1in2out", "2in1out",
+                            "2in2out"})
+    {
+        EXPECT_EQ(plugin.canDo(yes), 1) << yes;
+    }
+    for (const char* no : {"sendVstEvents", "sendVstMidiEvent", "receiveVstEvents", "receiveVstMidiEvent",
+                           "receiveVstTimeInfo", "offline", "noRealTime", "midiProgramNames", "bypass"})
+    {
+        EXPECT_EQ(plugin.canDo(no), -1) << no;
+    }
+    for (const char* unknown : {"", "2in2out ", "Bypass", "supportsViewDpiScaling", "hasCockosExtensions"})
+    {
+        EXPECT_EQ(plugin.canDo(unknown), -1) << unknown;
+    }
+    EXPECT_EQ(plugin.canDo(nullptr), -1);
+}
+
+TEST_F(PluginModule, ParameterNamesAndLabels)
+{
+    for (int j = 0; j < pluginParameterCount; ++j)
+    {
+        EXPECT_EQ(plugin.parameterName(j), expectedParameters[j].name) << j;
+        EXPECT_EQ(plugin.parameterLabel(j), expectedParameters[j].label) << j;
+    }
+    for (int bad : {-1, 13, 64, std::numeric_limits<int>::max()})
+    {
+        EXPECT_EQ(plugin.parameterName(bad), "") << bad;
+        EXPECT_EQ(plugin.parameterLabel(bad), "") << bad;
+        EXPECT_EQ(plugin.parameterDisplay(bad), "") << bad;
+    }
+}
+
+TEST_F(PluginModule, DisplayTextsInUnits)
+{
+    EXPECT_EQ(display(0, 0.5f), "+0.0");
+    EXPECT_EQ(display(0, 0.0f), "-20.0");
+    EXPECT_EQ(display(0, 1.0f), "+20.0");
+    EXPECT_EQ(display(0, 0.75f), "+10.0");
+    EXPECT_EQ(display(1, normalisedValue(1, 0.04f)), "0.0400");
+    EXPECT_EQ(display(1, 1.0f), "1.0000");
+    EXPECT_EQ(display(2, 0.5f), "0.5000");
+    EXPECT_EQ(display(3, normalisedValue(3, 0.001f)), "0.0010");
+    EXPECT_EQ(display(3, 1.0f), "0.0030");
+    EXPECT_EQ(display(3, 0.0f), "0.0000");
+    EXPECT_EQ(display(4, 0.0f), "0.0");
+    EXPECT_EQ(display(4, 1.0f), "1.0");
+    EXPECT_EQ(display(5, normalisedValue(5, -0.1f)), "-0.1");
+    EXPECT_EQ(display(5, 0.0f), "-10.0");
+    EXPECT_EQ(display(5, 0.8f), "-2.0");
+    EXPECT_EQ(display(5, 1.0f), "0.0");
+    EXPECT_EQ(display(6, 0.0f), " 0");
+    EXPECT_EQ(display(6, 1.0f), " 3");
+    EXPECT_EQ(display(7, 0.35f), "35");
+    EXPECT_EQ(display(7, 1.0f), "100");
+    EXPECT_EQ(display(8, 1.0f), "1");
+    EXPECT_EQ(display(9, 0.0f), "0");
+    EXPECT_EQ(display(10, 0.3f), "30");
+    EXPECT_EQ(display(10, 0.2f), "20");
+    // 0.49 of 0..3 is 1.47 and prints as 1; 0.5 is exactly 1.5, which
+    // printf rounds to the even 2.
+    EXPECT_EQ(display(11, 0.49f), " 1");
+    EXPECT_EQ(display(11, 0.5f), " 2");
+    EXPECT_EQ(display(11, 1.0f), " 3");
+    EXPECT_EQ(display(12, 1.0f), "100");
+    EXPECT_EQ(display(12, 0.0f), " 0");
+}
+
+TEST_F(PluginModule, LongDisplayTextsAreCutToEightCharacters)
+{
+    // -20 + 1000 * 40 = 39980 dB prints as "+39980.0": exactly 8 characters.
+    EXPECT_EQ(display(0, 1000.0f), "+39980.0");
+    // -20 + 1e6 * 40 prints as "+39999980.0" and is cut.
+    EXPECT_EQ(display(0, 1.0e6f), "+3999998");
+    EXPECT_EQ(display(7, -1.0e6f), "-1000000");
+}
+
+TEST_F(PluginModule, ProgramZeroIsActiveAtLoad)
+{
+    EXPECT_EQ(plugin.program(), 0);
+    EXPECT_EQ(plugin.programName(), "Palisorne limiter");
+    // Program 0 differs from the defaults: Saturate 30 (not 20), Shaping 0 (not 100).
+    EXPECT_EQ(plugin.getParameter(10), 0.3f);
+    EXPECT_EQ(plugin.getParameter(12), 0.0f);
+    EXPECT_EQ(plugin.parameterDisplay(10), "30");
+    EXPECT_EQ(plugin.parameterDisplay(12), " 0");
+    expectValues({normalisedValue(0, 0), normalisedValue(1, 0.04f), normalisedValue(2, 0.5f),
+                  normalisedValue(3, 0.001f), 0, normalisedValue(5, -0.1f), 0, normalisedValue(7, 35), 1, 0,
+                  normalisedValue(10, 30), 0, 0},
+                 "at load");
+}
+
+TEST_F(PluginModule, FactoryProgramValuesAndNames)
+{
+    for (int p = 0; p < factoryProgramCount; ++p)
+    {
+        const std::string name = std::string(expectedPrograms[p].name).substr(0, 24);
+        EXPECT_EQ(plugin.programNameIndexed(p), name) << p;
+        plugin.setProgram(p);
+        EXPECT_EQ(plugin.program(), p);
+        EXPECT_EQ(plugin.programName(), name);
+        float expected[pluginParameterCount];
+        for (int j = 0; j < pluginParameterCount; ++j)
+        {
+            expected[j] = normalisedValue(j, expectedPrograms[p].values[j]);
+        }
+        expectValues(expected, "program " + std::to_string(p));
+    }
+}
+
+TEST_F(PluginModule, FactoryProgramEdges)
+{
+    // The one factory name longer than the 24-character field.
+    EXPECT_EQ(plugin.programNameIndexed(10), "+10 dB true peak headroo");
+    plugin.setProgram(4);
+    EXPECT_EQ(plugin.getParameter(5), 0.8f);
+    EXPECT_EQ(plugin.getParameter(11), 1.0f);
+    EXPECT_EQ(plugin.parameterDisplay(5), "-2.0");
+    EXPECT_EQ(plugin.parameterDisplay(11), " 3");
+    plugin.setProgram(16);
+    EXPECT_EQ(plugin.getParameter(9), 1.0f);
+}
+
+TEST_F(PluginModule, GeneratedProgramsHoldTheDefaults)
+{
+    float defaults[pluginParameterCount];
+    for (int j = 0; j < pluginParameterCount; ++j)
+    {
+        defaults[j] = normalisedValue(j, expectedParameters[j].defaultValue);
+    }
+    for (int p = factoryProgramCount; p < pluginProgramCount; ++p)
+    {
+        const std::string name = "Program " + std::to_string(p);
+        EXPECT_EQ(plugin.programNameIndexed(p), name);
+        plugin.setProgram(p);
+        EXPECT_EQ(plugin.programName(), name);
+        expectValues(defaults, name);
+    }
+    plugin.setProgram(17);
+    EXPECT_EQ(plugin.getParameter(12), 1.0f);
+    EXPECT_EQ(plugin.getParameter(10), 0.2f);
+    EXPECT_EQ(plugin.parameterDisplay(3), "0.0010");
+    EXPECT_FALSE(plugin.programNameIndexed(64).has_value());
+    EXPECT_FALSE(plugin.programNameIndexed(-1).has_value());
+}
+
+TEST_F(PluginModule, RenamedProgramKeepsItsNameWhenReselected)
+{
+    plugin.setProgramName("My master");
+    plugin.setProgram(3);
+    plugin.setProgram(0);
+    EXPECT_EQ(plugin.programName(), "My master");
+    EXPECT_EQ(plugin.programNameIndexed(0), "My master");
+    EXPECT_EQ(plugin.programNameIndexed(3), "EBU R128 -1 dBTP");
+
+    plugin.setProgramName("A program name of more than 24 characters");
+    EXPECT_EQ(plugin.programName(), "A program name of more t");
+}
+
+TEST_F(PluginModule, ProgramOutOfRangeChangesNothing)
+{
+    plugin.setProgram(5);
+    plugin.setParameter(2, 0.123f);
+    float before[pluginParameterCount];
+    readValues(before);
+    for (VstInt32 bad : {64, -1, 1000})
+    {
+        plugin.setProgram(bad);
+        EXPECT_EQ(plugin.program(), 5) << bad;
+        EXPECT_EQ(plugin.programName(), "+6 dB gain");
+        expectValues(before, "after setProgram " + std::to_string(bad));
+    }
+}
+
+TEST_F(PluginModule, ParameterIndicesOutsideTheTableChangeNothing)
+{
+    float before[pluginParameterCount];
+    readValues(before);
+    for (VstInt32 bad : {13, 14, 1000, -1, -13, std::numeric_limits<VstInt32>::min()})
+    {
+        plugin.setParameter(bad, 0.77f);
+        EXPECT_EQ(plugin.getParameter(bad), 0.0f) << bad;
+        expectValues(before, "after setParameter " + std::to_string(bad));
+    }
+    // Other programs are untouched too.
+    plugin.setProgram(17);
+    for (int j = 0; j < pluginParameterCount; ++j)
+    {
+        EXPECT_NE(plugin.getParameter(j), 0.77f);
+    }
+}
+
+TEST_F(PluginModule, NonFiniteValuesAreIgnoredOutOfRangeValuesKept)
+{
+    plugin.setParameter(0, 0.25f);
+    for (float bad : {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(),
+                      -std::numeric_limits<float>::infinity()})
+    {
+        plugin.setParameter(0, bad);
+        EXPECT_EQ(plugin.getParameter(0), 0.25f);
+        EXPECT_EQ(plugin.parameterDisplay(0), "-10.0");
+    }
+    plugin.setParameter(0, 1.5f);
+    EXPECT_EQ(plugin.getParameter(0), 1.5f);
+    EXPECT_EQ(plugin.parameterDisplay(0), "+40.0");
+    plugin.setParameter(0, -0.25f);
+    EXPECT_EQ(plugin.parameterDisplay(0), "-30.0");
+}
+
+TEST_F(PluginModule, ValuesFollowTheProgramTheyWereSetIn)
+{
+    plugin.setProgram(2);
+    plugin.setParameter(7, 0.9f);
+    plugin.setProgram(3);
+    EXPECT_EQ(plugin.getParameter(7), normalisedValue(7, 40));
+    plugin.setProgram(2);
+    EXPECT_EQ(plugin.getParameter(7), 0.9f);
+}
+
+TEST(PluginExports, OnlyTheEntryPoints)
+{
+    const CommandResult nm = runCommand({"nm", "-D", "--defined-only", PALISORNE_MODULE_PATH});
+    ASSERT_TRUE(nm.started);
+    ASSERT_EQ(nm.exitCode, 0) << nm.output;
+    std::set<std::string> symbols;
+    std::istringstream lines(nm.output);
+    std::string line;
+    while (std::getline(lines, line))
+    {
+        const std::size_t space = line.find_last_of(' ');
+        if (!line.empty())
+        {
+            symbols.insert(space == std::string::npos ? line : line.substr(space + 1));
+        }
+    }
+    EXPECT_EQ(symbols, (std::set<std::string>{"VSTPluginMain", "main"})) << nm.output;
+}
+
+TEST(PluginEntry, HostWithoutVersionGetsNoEffect)
+{
+    // The entry point itself, called as a host that answers 0 to everything.
+    void* library = dlopen(PALISORNE_MODULE_PATH, RTLD_LOCAL | RTLD_NOW);
+    ASSERT_NE(library, nullptr);
+    auto entry = reinterpret_cast<VstPluginMainProc>(dlsym(library, "VSTPluginMain"));
+    auto alias = reinterpret_cast<VstPluginMainProc>(dlsym(library, "main"));
+    ASSERT_NE(entry, nullptr);
+    ASSERT_NE(alias, nullptr);
+    auto silentHost = [](AEffect*, VstInt32, VstInt32, VstIntPtr, void*, float) -> VstIntPtr { return 0; };
+    EXPECT_EQ(entry(silentHost), nullptr);
+    EXPECT_EQ(alias(silentHost), nullptr);
+    EXPECT_EQ(entry(nullptr), nullptr);
+
+    auto versionHost = [](AEffect*, VstInt32 opcode, VstInt32, VstIntPtr, void*, float) -> VstIntPtr {
+        return opcode == audioMasterVersion ? 2400 : 0;
+    };
+    AEffect* effect = alias(versionHost);
+    ASSERT_NE(effect, nullptr);
+    EXPECT_EQ(effect->uniqueID, 0x4B575053);
+    EXPECT_EQ(effect->dispatcher(effect, effClose, 0, 0, nullptr, 0.0f), 1);
+    dlclose(library);
+}
