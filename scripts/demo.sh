@@ -6,7 +6,5 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 bash "$root/scripts/install-deps.sh"
 bash "$root/scripts/build.sh"
 build=${BUILD_DIR:-$root/build}
-if [ -x "$build/host/palisorne" ]; then
-  exec "$build/host/palisorne" demo
-fi
-exec "$build/tools/engine_demo"
+cd "$build"
+exec "$build/host/cli/palisorne" demo

@@ -7,9 +7,9 @@ packages=(
   build-essential cmake pkg-config git
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   clang libclang-rt-14-dev
-  libsndfile1-dev libebur128-dev libcli11-dev
+  libsndfile1-dev libebur128-dev libcli11-dev nlohmann-json3-dev
   dpf-source libcairo2-dev libx11-dev libxext-dev libxrandr-dev libxcursor-dev
-  xvfb x11-utils xdotool
+  xvfb x11-utils xdotool libxtst-dev fonts-dejavu-core
   sox lsp-plugins-vst zam-plugins
 )
 if [ "${PALISORNE_WITH_ARDOUR:-0}" = 1 ]; then packages+=(ardour); fi

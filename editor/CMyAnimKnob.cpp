@@ -1,0 +1,199 @@
+#include "CMyAnimKnob.h"
+
+#include <cmath>
+#include <cstring>
+
+CMyAnimKnob::CMyAnimKnob(DGL_NAMESPACE::Widget* parent, const CRect& size, CControlListener* listener, int tag,
+                         int frames, int frameHeight, std::shared_ptr<const CBitmap> background,
+                         const CRect& textRect, const CPoint& offset)
+    : CControl(parent, size, listener, tag),
+      background(std::move(background)),
+      frames(frames),
+      frameHeight(frameHeight),
+      textRect(textRect),
+      offset(offset),
+      textColour{194, 250, 5, 255},
+      textFont(kNormalFontSmall),
+      valueText{},
+      taperExponent(1.0f),
+      textOnly(false),
+      zoomFactor(10.0f),
+      wheelIncrement(0.05f),
+      dragging(false),
+      lastDragY(0.0)
+{
+}
+
+void CMyAnimKnob::setTextColor(const CColor& colour)
+{
+    textColour = colour;
+    setDirty();
+}
+
+void CMyAnimKnob::setValueText(const char* text)
+{
+    std::strncpy(valueText, text ? text : "", valueTextLength);
+    valueText[valueTextLength] = '\0';
+    setDirty();
+}
+
+void CMyAnimKnob::setTaperExponent(float exponent)
+{
+    if (exponent != taperExponent)
+    {
+        taperExponent = exponent;
+        setDirty();
+    }
+}
+
+void CMyAnimKnob::setTextOnly(bool on)
+{
+    if (on != textOnly)
+    {
+        textOnly = on;
+        setDirty();
+    }
+}
+
+void CMyAnimKnob::setTextFont(const CFontDesc& font)
+{
+    if (std::strcmp(font.family, textFont.family) != 0 || font.size != textFont.size || font.bold != textFont.bold)
+    {
+        textFont = font;
+        setDirty();
+    }
+}
+
+void CMyAnimKnob::setDefaultValue(float newDefault)
+{
+    CControl::setDefaultValue(std::pow(newDefault, taperExponent));
+}
+
+bool CMyAnimKnob::applyWheel(float distance, bool fine)
+{
+    if (!getMouseEnabled() || !getListener())
+    {
+        return false;
+    }
+    const float before = getValue();
+    float v = before;
+    float scale = 1.0f;
+    if (taperExponent != 1.0f)
+    {
+        scale = std::pow(v, 1.0f - taperExponent);
+    }
+    if (fine)
+    {
+        v += 0.1f * distance * wheelIncrement * scale;
+    }
+    else
+    {
+        v += distance * wheelIncrement * scale;
+    }
+    if (v > getMax())
+    {
+        v = getMax();
+    }
+    if (v < getMin())
+    {
+        v = getMin();
+    }
+    setValue(v);
+    if (getValue() != before)
+    {
+        beginEdit();
+        notifyValueChanged();
+        endEdit();
+    }
+    return true;
+}
+
+void CMyAnimKnob::draw(CDrawContext& context)
+{
+    if (!textOnly && background && frames > 0)
+    {
+        const int frame = static_cast<int>(getValueNormalized() * (frames - 1) + 0.5f);
+        const int clamped = frame < 0 ? 0 : (frame >= frames ? frames - 1 : frame);
+        cairo_t* cr = context.getCairo();
+        cairo_save(cr);
+        cairo_translate(cr, -offset.x, -offset.y);
+        background->drawFrame(cr, 0.0, 0.0, clamped, frameHeight);
+        cairo_restore(cr);
+    }
+    context.drawString(valueText, textRect, textFont, textColour, CDrawContext::Align::centre);
+}
+
+bool CMyAnimKnob::onMouse(const MouseEvent& event)
+{
+    if (event.button != 1)
+    {
+        return false;
+    }
+    if (event.press)
+    {
+        if (!getMouseEnabled() || !contains(event.pos))
+        {
+            return false;
+        }
+        if (event.mod & DGL_NAMESPACE::kModifierControl)
+        {
+            beginEdit();
+            setValue(getDefaultValue());
+            notifyValueChanged();
+            endEdit();
+            return true;
+        }
+        dragging = true;
+        lastDragY = event.pos.getY();
+        beginEdit();
+        return true;
+    }
+    if (dragging)
+    {
+        dragging = false;
+        endEdit();
+        return true;
+    }
+    return false;
+}
+
+bool CMyAnimKnob::onMotion(const MotionEvent& event)
+{
+    if (!dragging)
+    {
+        return false;
+    }
+    const double y = event.pos.getY();
+    float step = static_cast<float>(lastDragY - y) / dragRange * (getMax() - getMin());
+    if (event.mod & DGL_NAMESPACE::kModifierShift)
+    {
+        step /= zoomFactor;
+    }
+    lastDragY = y;
+    const float before = getValue();
+    float v = before + step;
+    if (v > getMax())
+    {
+        v = getMax();
+    }
+    if (v < getMin())
+    {
+        v = getMin();
+    }
+    setValue(v);
+    if (getValue() != before)
+    {
+        notifyValueChanged();
+    }
+    return true;
+}
+
+bool CMyAnimKnob::onScroll(const ScrollEvent& event)
+{
+    if (!contains(event.pos))
+    {
+        return false;
+    }
+    return applyWheel(static_cast<float>(event.delta.getY()),
+                      (event.mod & DGL_NAMESPACE::kModifierShift) != 0);
+}

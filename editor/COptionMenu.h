@@ -1,0 +1,63 @@
+#pragma once
+
+#include "CControl.h"
+
+#include <string>
+#include <vector>
+
+// A drop-down menu: shows its current entry; a click opens the list of
+// entries over the window, below the menu, or above it where the list would
+// pass the window's bottom edge. A click on an entry chooses it and tells
+// the listener; a click anywhere else closes the list. The value is the
+// current entry's index (the range is 0 .. entries - 1).
+class COptionMenu : public CControl
+{
+public:
+    enum Style
+    {
+        kTransparent = 1 << 0,
+        kCentredText = 1 << 1,
+        // The open list marks the current entry.
+        kCheckStyle = 1 << 2,
+    };
+
+    // windowHeight: the height of the window the list must stay inside.
+    COptionMenu(DGL_NAMESPACE::Widget* parent, const CRect& size, CControlListener* listener, int tag,
+                int windowHeight, int style);
+
+    void addEntry(const char* title);
+    int getNbEntries() const { return static_cast<int>(entries.size()); }
+    const char* getEntry(int index) const;
+    // Makes the entry current; false (and no change) outside the entries.
+    bool setCurrent(int index);
+    int getCurrentIndex() const { return static_cast<int>(getValue() + 0.5f); }
+    const char* getCurrentEntry() const { return getEntry(getCurrentIndex()); }
+
+    int getStyle() const { return style; }
+    void setStyle(int newStyle);
+    void setFontColor(const CColor& colour) { fontColour = colour; }
+
+    bool isOpen() const { return open; }
+    // Where the list of entries is drawn while open, in window coordinates.
+    CRect getListArea() const;
+    // Opens or closes the list as a click on the menu does.
+    void openList();
+    void closeList();
+
+protected:
+    void draw(CDrawContext& context) override;
+    bool onMouse(const MouseEvent& event) override;
+    bool onMotion(const MotionEvent& event) override;
+
+private:
+    // The entry under a point of the window, or -1.
+    int entryAt(double windowX, double windowY) const;
+    void drawList(CDrawContext& context, const CRect& list) const;
+
+    std::vector<std::string> entries;
+    int windowHeight;
+    int style;
+    CColor fontColour;
+    bool open;
+    int hovered;
+};

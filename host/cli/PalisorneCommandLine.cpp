@@ -1,0 +1,294 @@
+#include "PalisorneCommandLine.h"
+
+#include "AudioFileWriter.h"
+#include "DemoMix.h"
+#include "EditSession.h"
+#include "HostError.h"
+#include "HostedPlugin.h"
+#include "InterruptFlag.h"
+#include "NameMatch.h"
+#include "PluginLocator.h"
+#include "ProgressBar.h"
+#include "RealTimeBenchmark.h"
+
+#include <CLI/CLI.hpp>
+#include <sndfile.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <unistd.h>
+
+namespace
+{
+std::string categoryName(VstInt32 category)
+{
+    static const char* const names[] = {"unknown", "effect",   "synth",       "analysis", "mastering", "spatialiser",
+                                        "room",    "surround", "restoration", "offline",  "shell",     "generator"};
+    if (category >= 0 && category < static_cast<VstInt32>(sizeof(names) / sizeof(names[0])))
+    {
+        return names[category];
+    }
+    return "category " + std::to_string(category);
+}
+
+std::string formatted(const char* format, double value)
+{
+    char text[64];
+    std::snprintf(text, sizeof(text), format, value);
+    return text;
+}
+}
+
+PalisorneCommandLine::PalisorneCommandLine(std::ostream& out, std::ostream& err)
+    : out(out)
+    , err(err)
+{
+}
+
+int PalisorneCommandLine::run(int argc, const char* const* argv)
+{
+    CLI::App app("palisorne: renders audio files through a VST2 effect (KW_Palisorne by default) and measures "
+                 "loudness and true peak of input and output (ITU-R BS.1770).",
+                 "palisorne");
+    app.require_subcommand(1);
+
+    RenderSettings settings;
+    bool json = false;
+    double ceiling = 0.0;
+    CLI::App* renderCommand = app.add_subcommand("render", "Render IN through the plug-in into OUT and report.");
+    renderCommand->add_option("IN", settings.inputPath, "Input audio file (mono or stereo)")->required();
+    renderCommand->add_option("OUT", settings.outputPath, "Output audio file; written only if the render succeeds")
+        ->required();
+    renderCommand->add_option("--plugin", settings.pluginPath, "VST2 module (default: KW_Palisorne.so)");
+    renderCommand->add_option("--program", settings.program, "Program to select, by name or index");
+    renderCommand
+        ->add_option("--set", settings.unitSettings,
+                     "NAME=VALUE in the units the plug-in shows, e.g. \"In gain=6\" (repeatable)")
+        ->allow_extra_args(false);
+    renderCommand
+        ->add_option("--set-norm", settings.normalisedSettings, "NAME=VALUE with VALUE normalised 0..1 (repeatable)")
+        ->allow_extra_args(false);
+    renderCommand->add_option("--block", settings.blockFrames, "Frames per process call")->capture_default_str();
+    renderCommand->add_flag("--keep-latency", settings.keepLatency,
+                            "Do not compensate the plug-in's latency: OUT is delayed and longer by it");
+    renderCommand->add_option("--bits", settings.bits, "Output samples: 16, 24 or 32f (default: as IN)")
+        ->check(CLI::IsMember({"16", "24", "32f"}));
+    renderCommand->add_flag("--mono", settings.monoOutput, "Write a mono input back as mono (mean of both outputs)");
+    CLI::Option* ceilingOption = renderCommand->add_option(
+        "--ceiling", ceiling, "Ceiling in dB for the true-peak check (default: the limiter's Outceil when it is ours)");
+    renderCommand->add_flag("--json", json, "Print the report as JSON");
+
+    std::string infoPlugin;
+    double infoRate = 48000.0;
+    CLI::App* infoCommand =
+        app.add_subcommand("info", "Show the plug-in's identity, latency, parameters and programs.");
+    infoCommand->add_option("--plugin", infoPlugin, "VST2 module (default: KW_Palisorne.so)");
+    infoCommand->add_option("--rate", infoRate, "Sample rate to start the plug-in at")->capture_default_str();
+
+    std::vector<std::string> benchPlugins;
+    double benchSeconds = 10.0;
+    int benchRate = 48000;
+    int benchBlock = 512;
+    int benchPasses = 5;
+    CLI::App* benchCommand = app.add_subcommand(
+        "bench", "Real-time factor of one or more plug-ins on the same generated material (median of passes).");
+    benchCommand->add_option("--plugin", benchPlugins, "VST2 module (repeatable; default: KW_Palisorne.so)")
+        ->allow_extra_args(false);
+    benchCommand->add_option("--seconds", benchSeconds, "Length of the material")->capture_default_str();
+    benchCommand->add_option("--rate", benchRate, "Sample rate")->capture_default_str();
+    benchCommand->add_option("--block", benchBlock, "Frames per process call")->capture_default_str();
+    benchCommand->add_option("--passes", benchPasses, "Passes per plug-in")->capture_default_str();
+
+    std::string demoPlugin;
+    std::string demoDirectory = ".";
+    bool demoJson = false;
+    CLI::App* demoCommand =
+        app.add_subcommand("demo", std::string("Render a generated demo mix through program \"") + demoProgram
+                                       + "\" with +6 dB input gain and report (writes two WAV files).");
+    demoCommand->add_option("--plugin", demoPlugin, "VST2 module (default: KW_Palisorne.so)");
+    demoCommand->add_option("--dir", demoDirectory, "Directory for the two files")->capture_default_str();
+    demoCommand->add_flag("--json", demoJson, "Print the report as JSON");
+
+    EditSettings editSettings;
+    CLI::App* editCommand = EditSession::addCommand(app, editSettings);
+
+    // CLI11 would only say that a command is required.
+    if (argc > 1 && argv[1][0] != '-')
+    {
+        std::string names;
+        bool known = false;
+        for (const CLI::App* command : app.get_subcommands({}))
+        {
+            known = known || command->check_name(argv[1]);
+            names += (names.empty() ? "" : ", ") + command->get_name();
+        }
+        if (!known)
+        {
+            err << "palisorne: error: unknown command '" << argv[1] << "'; the commands are " << names << "\n";
+            return 2;
+        }
+    }
+    try
+    {
+        app.parse(argc, argv);
+    }
+    catch (const CLI::CallForHelp&)
+    {
+        out << (app.get_subcommands().empty() ? app.help() : app.get_subcommands().front()->help());
+        return 0;
+    }
+    catch (const CLI::ParseError& error)
+    {
+        err << "palisorne: error: " << error.what() << " (see palisorne --help)\n";
+        return 2;
+    }
+
+    InterruptFlag::install();
+    try
+    {
+        if (renderCommand->parsed())
+        {
+            if (ceilingOption->count() > 0)
+            {
+                settings.ceilingDb = ceiling;
+            }
+            return render(settings, json);
+        }
+        if (infoCommand->parsed())
+        {
+            return info(infoPlugin, infoRate);
+        }
+        if (editCommand->parsed())
+        {
+            return EditSession(out, err).run(editSettings);
+        }
+        if (benchCommand->parsed())
+        {
+            return bench(benchPlugins, benchSeconds, benchRate, benchBlock, benchPasses);
+        }
+        return demo(demoPlugin, demoDirectory, demoJson);
+    }
+    catch (const HostError& error)
+    {
+        err << "palisorne: error: " << error.what() << "\n";
+        return 1;
+    }
+}
+
+int PalisorneCommandLine::render(const RenderSettings& settings, bool json)
+{
+    ProgressBar progress(STDERR_FILENO);
+    const RenderReport report = Renderer(settings).run(&progress);
+    if (json)
+    {
+        report.printJson(out);
+    }
+    else
+    {
+        report.printText(out);
+    }
+    for (const std::string& warning : report.warnings)
+    {
+        err << "palisorne: warning: " << warning << "\n";
+    }
+    return 0;
+}
+
+int PalisorneCommandLine::info(const std::string& pluginPath, double sampleRate)
+{
+    if (!(sampleRate >= 1000.0 && sampleRate <= 1e6))
+    {
+        throw HostError("--rate must lie between 1000 and 1000000 Hz");
+    }
+    HostedPlugin plugin(pluginPath.empty() ? PluginLocator::findDefault() : pluginPath);
+    VstModule& module = plugin.module();
+    plugin.start(sampleRate, 512);
+
+    const std::string id = plugin.uniqueIdText();
+    out << "module      " << module.path() << "\n";
+    out << "name        " << module.effectName() << "\n";
+    out << "vendor      " << module.vendorString() << "\n";
+    out << "product     " << module.productString() << "\n";
+    out << "version     " << module.vendorVersion() << " (VST " << module.vstVersion() << ")\n";
+    char hexId[16];
+    std::snprintf(hexId, sizeof(hexId), "0x%08X", static_cast<unsigned>(module.uniqueId()));
+    out << "unique ID   " << (id.empty() ? "" : "'" + id + "' ") << "(" << hexId << ")"
+        << (plugin.isOurs() ? ", ours" : "") << "\n";
+    out << "category    " << categoryName(module.plugCategory()) << "\n";
+    out << "channels    " << module.numInputs() << " in, " << module.numOutputs() << " out\n";
+    out << "latency     " << module.initialDelay() << " samples (started at " << formatted("%g", sampleRate)
+        << " Hz)\n";
+    out << "editor      " << ((module.flags() & effFlagsHasEditor) != 0 ? "yes" : "no") << "\n";
+
+    out << "parameters  " << module.numParams() << "\n";
+    for (int index = 0; index < module.numParams(); ++index)
+    {
+        const std::string label = NameMatch::trimmed(module.parameterLabel(index));
+        char line[256];
+        std::snprintf(line, sizeof(line), "  %3d  %-16s %12s %-6s (%.4f)\n", index,
+                      NameMatch::trimmed(module.parameterName(index)).c_str(),
+                      NameMatch::trimmed(module.parameterDisplay(index)).c_str(), label.c_str(),
+                      static_cast<double>(module.getParameter(index)));
+        out << line;
+    }
+    const int current = module.program();
+    out << "programs    " << module.numPrograms() << " (current: " << current << ")\n";
+    for (int index = 0; index < module.numPrograms(); ++index)
+    {
+        char line[128];
+        std::snprintf(line, sizeof(line), "  %c%3d  %s\n", index == current ? '*' : ' ', index,
+                      plugin.programNameAt(index).c_str());
+        out << line;
+    }
+    return 0;
+}
+
+int PalisorneCommandLine::bench(const std::vector<std::string>& pluginPaths, double seconds, int sampleRate,
+                                int blockFrames, int passes)
+{
+    std::vector<std::string> paths = pluginPaths;
+    if (paths.empty())
+    {
+        paths.push_back(PluginLocator::findDefault());
+    }
+    const RealTimeBenchmark benchmark(seconds, sampleRate, blockFrames, passes);
+    const std::vector<BenchmarkResult> results = benchmark.run(paths);
+    out << "material: generated demo mix, " << formatted("%.1f", seconds) << " s stereo at " << sampleRate
+        << " Hz, blocks of " << blockFrames << " frames, " << passes << " passes; process calls timed only\n";
+    char line[512];
+    std::snprintf(line, sizeof(line), "%-24s %8s %14s %21s  %s\n", "plug-in", "latency", "x real time",
+                  "passes (min..max)", "module");
+    out << line;
+    for (const BenchmarkResult& result : results)
+    {
+        const auto range = std::minmax_element(result.realTimeFactors.begin(), result.realTimeFactors.end());
+        const std::string spread = formatted("%.1f", *range.first) + ".." + formatted("%.1f", *range.second);
+        std::snprintf(line, sizeof(line), "%-24s %8d %14.1f %21s  %s\n", result.name.c_str(), result.latencyFrames,
+                      result.median, spread.c_str(), result.path.c_str());
+        out << line;
+    }
+    return 0;
+}
+
+int PalisorneCommandLine::demo(const std::string& pluginPath, const std::string& directory, bool json)
+{
+    const std::string mixPath = directory + "/palisorne-demo-mix.wav";
+    {
+        const std::vector<float> mix = DemoMix(demoSampleRate).render(demoSeconds);
+        AudioFileWriter writer(mixPath, SF_FORMAT_WAV | SF_FORMAT_PCM_24, 2, demoSampleRate);
+        writer.write(mix.data(), mix.size() / 2);
+        writer.commit();
+    }
+    RenderSettings settings;
+    settings.inputPath = mixPath;
+    settings.outputPath = directory + "/palisorne-demo-limited.wav";
+    settings.pluginPath = pluginPath;
+    settings.program = demoProgram;
+    settings.unitSettings.push_back(demoInputGain);
+    if (!json)
+    {
+        out << "demo: " << formatted("%.0f", demoSeconds) << " s of generated drums, bass and chords through \""
+            << demoProgram << "\" with +6 dB input gain\n";
+    }
+    return render(settings, json);
+}

@@ -1,0 +1,228 @@
+#include "RenderReport.h"
+
+#include "JsonWriter.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace
+{
+// Figures are shown to 0.1 dB; a true peak this little above the ceiling is
+// the meter's rounding, not an overshoot.
+constexpr double ceilingTolerance = 0.005;
+
+std::string formatted(double value, const char* unit)
+{
+    if (std::isinf(value))
+    {
+        return std::string(value < 0 ? "-inf " : "+inf ") + unit;
+    }
+    char text[32];
+    std::snprintf(text, sizeof(text), "%.1f %s", value, unit);
+    return text;
+}
+
+std::string channelName(size_t channel, size_t channels)
+{
+    if (channels == 2)
+    {
+        return channel == 0 ? "L" : "R";
+    }
+    return channels == 1 ? "M" : std::to_string(channel + 1);
+}
+
+void printRow(std::ostream& out, const std::string& label, const std::string& input, const std::string& output)
+{
+    char line[160];
+    std::snprintf(line, sizeof(line), "  %-18s %16s %16s\n", label.c_str(), input.c_str(), output.c_str());
+    out << line;
+}
+
+void writeFile(JsonWriter& json, const AudioSummary& file)
+{
+    json.beginObject();
+    json.key("path");
+    json.value(file.path);
+    json.key("format");
+    json.value(file.format);
+    json.key("sample_rate");
+    json.value(file.sampleRate);
+    json.key("channels");
+    json.value(file.channels);
+    json.key("frames");
+    json.value(file.frames);
+    json.key("seconds");
+    json.value(file.sampleRate > 0 ? static_cast<double>(file.frames) / file.sampleRate : 0.0);
+    json.key("integrated_lufs");
+    json.value(file.loudness.integratedLufs);
+    json.key("loudness_range_lu");
+    json.value(file.loudness.loudnessRangeLu);
+    json.key("sample_peak_dbfs");
+    json.beginArray();
+    for (double peak : file.loudness.samplePeakDbfs)
+    {
+        json.value(peak);
+    }
+    json.endArray();
+    json.key("true_peak_dbtp");
+    json.beginArray();
+    for (double peak : file.loudness.truePeakDbtp)
+    {
+        json.value(peak);
+    }
+    json.endArray();
+    json.endObject();
+}
+}
+
+bool RenderReport::truePeakAboveCeiling() const
+{
+    if (!ceilingDb)
+    {
+        return false;
+    }
+    const auto& peaks = output.loudness.truePeakDbtp;
+    return std::any_of(peaks.begin(), peaks.end(),
+                       [this](double peak) { return peak > *ceilingDb + ceilingTolerance; });
+}
+
+void RenderReport::printText(std::ostream& out) const
+{
+    out << "plug-in   " << pluginName;
+    if (!uniqueId.empty())
+    {
+        out << " ('" << uniqueId << "')";
+    }
+    out << ", " << pluginPath << "\n";
+    out << "latency   " << latencyFrames << " samples, "
+        << (latencyCompensated ? "compensated (output aligned with input)" : "kept in the output") << "\n";
+    if (!program.empty())
+    {
+        out << "program   " << program << "\n";
+    }
+    for (const ParameterSummary& setting : settings)
+    {
+        out << "set       " << setting.name << " = " << setting.display << "\n";
+    }
+    out << "input     " << input.path << " (" << input.format << ")\n";
+    out << "output    " << output.path << " (" << output.format << ")\n";
+
+    printRow(out, "", "input", "output");
+    char length[2][48];
+    const AudioSummary* files[2] = {&input, &output};
+    for (int i = 0; i < 2; ++i)
+    {
+        std::snprintf(length[i], sizeof(length[i]), "%.3f s, %d ch",
+                      static_cast<double>(files[i]->frames) / files[i]->sampleRate, files[i]->channels);
+    }
+    printRow(out, "length", length[0], length[1]);
+    printRow(out, "integrated", formatted(input.loudness.integratedLufs, "LUFS"),
+             formatted(output.loudness.integratedLufs, "LUFS"));
+    printRow(out, "loudness range", formatted(input.loudness.loudnessRangeLu, "LU"),
+             formatted(output.loudness.loudnessRangeLu, "LU"));
+    const size_t channels = std::max(input.loudness.samplePeakDbfs.size(), output.loudness.samplePeakDbfs.size());
+    for (size_t channel = 0; channel < channels; ++channel)
+    {
+        const auto cell = [channel](const std::vector<double>& values, const char* unit)
+        { return channel < values.size() ? formatted(values[channel], unit) : std::string("-"); };
+        printRow(out, "sample peak " + channelName(channel, channels), cell(input.loudness.samplePeakDbfs, "dBFS"),
+                 cell(output.loudness.samplePeakDbfs, "dBFS"));
+    }
+    for (size_t channel = 0; channel < channels; ++channel)
+    {
+        const auto cell = [channel](const std::vector<double>& values, const char* unit)
+        { return channel < values.size() ? formatted(values[channel], unit) : std::string("-"); };
+        printRow(out, "true peak " + channelName(channel, channels), cell(input.loudness.truePeakDbtp, "dBTP"),
+                 cell(output.loudness.truePeakDbtp, "dBTP"));
+    }
+    if (!maxGainReductionDb.empty())
+    {
+        out << "gain reduction, largest (input peak + input gain - output peak, per 10 ms):";
+        for (size_t channel = 0; channel < maxGainReductionDb.size(); ++channel)
+        {
+            out << " " << channelName(channel, maxGainReductionDb.size()) << " "
+                << formatted(maxGainReductionDb[channel], "dB");
+        }
+        out << "\n";
+    }
+    if (ceilingDb)
+    {
+        out << "ceiling   " << formatted(*ceilingDb, "dB") << ": output true peak "
+            << (truePeakAboveCeiling() ? "ABOVE it" : "at or below it") << "\n";
+    }
+}
+
+void RenderReport::printJson(std::ostream& out) const
+{
+    JsonWriter json(out);
+    json.beginObject();
+    json.key("plugin");
+    json.beginObject();
+    json.key("path");
+    json.value(pluginPath);
+    json.key("name");
+    json.value(pluginName);
+    json.key("unique_id");
+    json.value(uniqueId);
+    json.key("ours");
+    json.value(ours);
+    json.key("latency_samples");
+    json.value(latencyFrames);
+    json.key("latency_compensated");
+    json.value(latencyCompensated);
+    json.key("program");
+    json.value(program);
+    json.key("settings");
+    json.beginArray();
+    for (const ParameterSummary& setting : settings)
+    {
+        json.beginObject();
+        json.key("name");
+        json.value(setting.name);
+        json.key("display");
+        json.value(setting.display);
+        json.key("normalised");
+        json.value(static_cast<double>(setting.normalised));
+        json.endObject();
+    }
+    json.endArray();
+    json.endObject();
+    json.key("input");
+    writeFile(json, input);
+    json.key("output");
+    writeFile(json, output);
+    json.key("max_gain_reduction_db");
+    if (maxGainReductionDb.empty())
+    {
+        json.null();
+    }
+    else
+    {
+        json.beginArray();
+        for (double reduction : maxGainReductionDb)
+        {
+            json.value(reduction);
+        }
+        json.endArray();
+    }
+    json.key("ceiling_db");
+    if (ceilingDb)
+    {
+        json.value(*ceilingDb);
+    }
+    else
+    {
+        json.null();
+    }
+    json.key("true_peak_above_ceiling");
+    json.value(truePeakAboveCeiling());
+    json.key("warnings");
+    json.beginArray();
+    for (const std::string& warning : warnings)
+    {
+        json.value(warning);
+    }
+    json.endArray();
+    json.endObject();
+}

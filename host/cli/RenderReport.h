@@ -1,0 +1,57 @@
+#pragma once
+
+#include "LoudnessMeter.h"
+
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+// One audio file as the report shows it.
+struct AudioSummary
+{
+    std::string path;
+    std::string format;
+    int sampleRate = 0;
+    int channels = 0;
+    long long frames = 0;
+    LoudnessFigures loudness;
+};
+
+// A parameter as it stood when the render began.
+struct ParameterSummary
+{
+    std::string name;
+    std::string display; // with its unit label
+    float normalised = 0.0f;
+};
+
+// What a render did and what the BS.1770 meter found in its input and output,
+// written for people (text) or programs (JSON).
+class RenderReport
+{
+public:
+    std::string pluginPath;
+    std::string pluginName;
+    std::string uniqueId;
+    bool ours = false;
+    int latencyFrames = 0;
+    bool latencyCompensated = true;
+    std::string program;
+    std::vector<ParameterSummary> settings;
+
+    AudioSummary input;
+    AudioSummary output;
+
+    // Per channel of the plug-in; empty when it is not our limiter.
+    std::vector<double> maxGainReductionDb;
+    std::optional<double> ceilingDb;
+    std::vector<std::string> warnings;
+
+    // True when a channel's true peak lies above the ceiling by more than the
+    // report's resolution; false without a ceiling.
+    bool truePeakAboveCeiling() const;
+
+    void printText(std::ostream& out) const;
+    void printJson(std::ostream& out) const;
+};

@@ -1,0 +1,290 @@
+#include "Renderer.h"
+
+#include "AudioFileFormat.h"
+#include "AudioFileReader.h"
+#include "AudioFileWriter.h"
+#include "GainReductionMeter.h"
+#include "HostError.h"
+#include "HostedPlugin.h"
+#include "InterruptFlag.h"
+#include "LoudnessMeter.h"
+#include "NameMatch.h"
+#include "ParameterSetting.h"
+#include "PlanarBuffer.h"
+#include "PluginLocator.h"
+#include "ProgressBar.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <sys/stat.h>
+
+namespace
+{
+// The plug-in is driven in stereo.
+constexpr int pluginChannels = 2;
+
+std::optional<double> shownNumber(VstModule& module, const char* parameterName)
+{
+    const int index = ParameterSetting::findParameter(module, parameterName);
+    if (index < 0)
+    {
+        return std::nullopt;
+    }
+    return ParameterSetting::displayedNumber(module.parameterDisplay(index));
+}
+
+std::string displayWithLabel(VstModule& module, int index)
+{
+    const std::string label = NameMatch::trimmed(module.parameterLabel(index));
+    const std::string display = NameMatch::trimmed(module.parameterDisplay(index));
+    return label.empty() ? display : display + " " + label;
+}
+}
+
+Renderer::Renderer(RenderSettings settings)
+    : settings(std::move(settings))
+{
+}
+
+void Renderer::checkPaths() const
+{
+    if (settings.outputPath.empty())
+    {
+        throw HostError("no output path given");
+    }
+    struct stat input;
+    struct stat output;
+    const bool inputExists = ::stat(settings.inputPath.c_str(), &input) == 0;
+    const bool outputExists = ::stat(settings.outputPath.c_str(), &output) == 0;
+    if (settings.inputPath == settings.outputPath
+        || (inputExists && outputExists && input.st_dev == output.st_dev && input.st_ino == output.st_ino))
+    {
+        throw HostError("the output '" + settings.outputPath + "' is the input file; name another output");
+    }
+    if (outputExists && S_ISDIR(output.st_mode))
+    {
+        throw HostError("the output '" + settings.outputPath + "' is a directory; name a file");
+    }
+}
+
+// The program first, so that settings override what it holds; then the
+// settings in units and the normalised ones, each in the order given.
+void Renderer::applySettings(HostedPlugin& plugin, RenderReport& report) const
+{
+    VstModule& module = plugin.module();
+    if (!settings.program.empty())
+    {
+        plugin.selectProgram(settings.program);
+    }
+    std::vector<int> changed;
+    for (const std::string& text : settings.unitSettings)
+    {
+        const ParameterSetting setting = ParameterSetting::parse(text, false);
+        setting.applyTo(plugin);
+        changed.push_back(ParameterSetting::findParameter(module, setting.getName()));
+    }
+    for (const std::string& text : settings.normalisedSettings)
+    {
+        const ParameterSetting setting = ParameterSetting::parse(text, true);
+        setting.applyTo(plugin);
+        changed.push_back(ParameterSetting::findParameter(module, setting.getName()));
+    }
+    if (module.numPrograms() > 0)
+    {
+        report.program = module.programName();
+    }
+    for (int index : changed)
+    {
+        report.settings.push_back({NameMatch::trimmed(module.parameterName(index)), displayWithLabel(module, index),
+                                   module.getParameter(index)});
+    }
+}
+
+RenderReport Renderer::run(ProgressBar* progress)
+{
+    if (settings.blockFrames < 1 || settings.blockFrames > largestBlock)
+    {
+        throw HostError("--block must lie between 1 and " + std::to_string(largestBlock) + " frames");
+    }
+    checkPaths();
+    AudioFileReader reader(settings.inputPath);
+    const int fileChannels = reader.getChannels();
+    const int sampleRate = reader.getSampleRate();
+    if (fileChannels > pluginChannels)
+    {
+        throw HostError("'" + settings.inputPath + "' has " + std::to_string(fileChannels)
+                        + " channels; palisorne renders mono and stereo files only");
+    }
+    if (settings.monoOutput && fileChannels != 1)
+    {
+        throw HostError("--mono applies to mono input only; '" + settings.inputPath + "' is stereo");
+    }
+
+    HostedPlugin plugin(settings.pluginPath.empty() ? PluginLocator::findDefault() : settings.pluginPath);
+    VstModule& module = plugin.module();
+    if (module.numInputs() < pluginChannels || module.numOutputs() < pluginChannels)
+    {
+        throw HostError(plugin.displayName() + " has " + std::to_string(module.numInputs()) + " input(s) and "
+                        + std::to_string(module.numOutputs()) + " output(s); palisorne needs a stereo effect");
+    }
+    if ((module.flags() & effFlagsCanReplacing) == 0)
+    {
+        throw HostError(plugin.displayName() + " offers no processReplacing, which VST 2.4 hosts need");
+    }
+
+    RenderReport report;
+    report.pluginPath = module.path();
+    report.pluginName = plugin.displayName();
+    report.uniqueId = plugin.uniqueIdText();
+    report.ours = plugin.isOurs();
+    report.latencyCompensated = !settings.keepLatency;
+
+    applySettings(plugin, report);
+
+    if (report.ours && (sampleRate < HostedPlugin::ourLowestRate || sampleRate > HostedPlugin::ourHighestRate))
+    {
+        const int clamped = std::clamp(sampleRate, HostedPlugin::ourLowestRate, HostedPlugin::ourHighestRate);
+        report.warnings.push_back("the file's " + std::to_string(sampleRate) + " Hz lies outside the "
+                                  + std::to_string(HostedPlugin::ourLowestRate) + ".."
+                                  + std::to_string(HostedPlugin::ourHighestRate)
+                                  + " Hz the limiter works at: rendered at " + std::to_string(sampleRate)
+                                  + " Hz with its times and filters set for " + std::to_string(clamped) + " Hz");
+    }
+    double inputGainDb = 0.0;
+    if (report.ours)
+    {
+        inputGainDb = shownNumber(module, "In gain").value_or(0.0);
+        report.ceilingDb = shownNumber(module, "Outceil");
+    }
+    if (settings.ceilingDb)
+    {
+        report.ceilingDb = settings.ceilingDb;
+    }
+
+    plugin.start(sampleRate, settings.blockFrames);
+    const long long latency = std::max(0, module.initialDelay());
+    report.latencyFrames = static_cast<int>(latency);
+
+    const int outputChannels = settings.monoOutput ? 1 : pluginChannels;
+    const int outputFormat =
+        AudioFileFormat::forOutput(settings.outputPath, reader.getFormat(), settings.bits, outputChannels, sampleRate);
+    AudioFileWriter writer(settings.outputPath, outputFormat, outputChannels, sampleRate);
+    LoudnessMeter inputMeter(fileChannels, sampleRate);
+    LoudnessMeter outputMeter(outputChannels, sampleRate);
+    GainReductionMeter reductionMeter(pluginChannels, sampleRate, inputGainDb);
+
+    const size_t block = static_cast<size_t>(settings.blockFrames);
+    // Inputs beyond the first two (side chains) get silence.
+    PlanarBuffer inputs(module.numInputs(), block);
+    PlanarBuffer outputs(module.numOutputs(), block);
+    std::vector<float> fileBlock(block * static_cast<size_t>(fileChannels));
+    std::vector<float> fedBlock(block * pluginChannels);
+    std::vector<float> producedBlock(block * pluginChannels);
+    std::vector<float> writtenBlock(block * static_cast<size_t>(outputChannels));
+
+    const double expectedFrames = static_cast<double>(std::max<long long>(reader.getFrames(), 0) + latency);
+    long long inputFrames = 0;
+    long long produced = 0;
+    long long silenceLeft = latency;
+    bool inputEnded = false;
+    while (true)
+    {
+        if (InterruptFlag::isRaised())
+        {
+            throw HostError("interrupted; '" + settings.outputPath + "' left as it was");
+        }
+        const size_t read = inputEnded ? 0 : reader.read(fileBlock.data(), block);
+        inputEnded = inputEnded || read < block;
+        const size_t silence =
+            static_cast<size_t>(std::min<long long>(silenceLeft, static_cast<long long>(block - read)));
+        const size_t frames = read + silence;
+        if (frames == 0)
+        {
+            break;
+        }
+        silenceLeft -= static_cast<long long>(silence);
+        std::fill(fileBlock.begin() + static_cast<long>(read * static_cast<size_t>(fileChannels)), fileBlock.end(),
+                  0.0f);
+
+        for (size_t frame = 0; frame < frames; ++frame)
+        {
+            for (int channel = 0; channel < pluginChannels; ++channel)
+            {
+                const int source = std::min(channel, fileChannels - 1);
+                const float sample = fileBlock[frame * static_cast<size_t>(fileChannels) + static_cast<size_t>(source)];
+                inputs.channel(channel)[frame] = sample;
+                fedBlock[frame * pluginChannels + static_cast<size_t>(channel)] = sample;
+            }
+        }
+        inputMeter.addFrames(fileBlock.data(), read);
+        reductionMeter.addInput(fedBlock.data(), read);
+        inputFrames += static_cast<long long>(read);
+
+        module.processReplacing(inputs.pointers(), outputs.pointers(), static_cast<VstInt32>(frames));
+
+        for (size_t frame = 0; frame < frames; ++frame)
+        {
+            for (int channel = 0; channel < pluginChannels; ++channel)
+            {
+                producedBlock[frame * pluginChannels + static_cast<size_t>(channel)] = outputs.channel(channel)[frame];
+            }
+        }
+        // Output frames before `latency` answer silence that preceded the input.
+        const size_t aligned =
+            static_cast<size_t>(std::clamp<long long>(latency - produced, 0, static_cast<long long>(frames)));
+        reductionMeter.addOutput(producedBlock.data() + aligned * pluginChannels, frames - aligned);
+        const size_t first = settings.keepLatency ? 0 : aligned;
+        const size_t count = frames - first;
+        for (size_t frame = 0; frame < count; ++frame)
+        {
+            const float* pair = &producedBlock[(first + frame) * pluginChannels];
+            if (settings.monoOutput)
+            {
+                writtenBlock[frame] = 0.5f * (pair[0] + pair[1]);
+            }
+            else
+            {
+                std::copy(pair, pair + pluginChannels, &writtenBlock[frame * pluginChannels]);
+            }
+        }
+        outputMeter.addFrames(writtenBlock.data(), count);
+        writer.write(writtenBlock.data(), count);
+        report.output.frames += static_cast<long long>(count);
+        produced += static_cast<long long>(frames);
+        if (progress != nullptr && expectedFrames > 0)
+        {
+            progress->update(static_cast<double>(produced) / expectedFrames);
+        }
+    }
+    plugin.stop();
+    writer.commit();
+    if (progress != nullptr)
+    {
+        progress->finish();
+    }
+
+    report.input.path = settings.inputPath;
+    report.input.format = AudioFileFormat::describe(reader.getFormat());
+    report.input.sampleRate = sampleRate;
+    report.input.channels = fileChannels;
+    report.input.frames = inputFrames;
+    report.input.loudness = inputMeter.getFigures();
+    report.output.path = settings.outputPath;
+    report.output.format = AudioFileFormat::describe(outputFormat);
+    report.output.sampleRate = sampleRate;
+    report.output.channels = outputChannels;
+    report.output.loudness = outputMeter.getFigures();
+    if (report.ours)
+    {
+        report.maxGainReductionDb = reductionMeter.getMaxReductionDb();
+    }
+    if (report.truePeakAboveCeiling())
+    {
+        const auto& peaks = report.output.loudness.truePeakDbtp;
+        char text[160];
+        std::snprintf(text, sizeof(text), "the output's true peak, %.2f dBTP, lies above the ceiling of %.2f dB",
+                      *std::max_element(peaks.begin(), peaks.end()), *report.ceilingDb);
+        report.warnings.push_back(text);
+    }
+    return report;
+}

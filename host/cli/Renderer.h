@@ -1,0 +1,51 @@
+#pragma once
+
+#include "RenderReport.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+class HostedPlugin;
+class ProgressBar;
+
+// What one render is asked to do.
+struct RenderSettings
+{
+    std::string inputPath;
+    std::string outputPath;
+    std::string pluginPath;                      // empty: our module, found by PluginLocator
+    std::string program;                         // name or index; empty: the plug-in's current one
+    std::vector<std::string> unitSettings;       // "NAME=VALUE" in the units the plug-in shows
+    std::vector<std::string> normalisedSettings; // "NAME=VALUE" with VALUE in 0..1
+    int blockFrames = 512;
+    bool keepLatency = false;
+    std::string bits; // "16", "24", "32f"; empty: as the input
+    bool monoOutput = false;
+    std::optional<double> ceilingDb; // for the true-peak check; ours: its Outceil
+};
+
+// Renders an audio file through a VST2 effect, offline.
+//
+// The effect gets the file's channels on its first two inputs (a mono file on
+// both) in blocks of at most blockFrames. After the file, as many frames of
+// silence as the effect's latency flush its delay line; unless the latency is
+// kept, the first latency frames of its output are dropped, so the output has
+// the input's length and lines up with it sample for sample. The output is
+// written through a temporary file and appears only when everything worked.
+class Renderer
+{
+public:
+    explicit Renderer(RenderSettings settings);
+
+    // Throws HostError with a one-line message; the output path is untouched then.
+    RenderReport run(ProgressBar* progress);
+
+    static constexpr int largestBlock = 65536;
+
+private:
+    void checkPaths() const;
+    void applySettings(HostedPlugin& plugin, RenderReport& report) const;
+
+    RenderSettings settings;
+};

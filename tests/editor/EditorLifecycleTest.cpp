@@ -1,0 +1,118 @@
+#include "EditorTest.h"
+
+#include "CMyAnimKnob.h"
+#include "CXErrorGuard.h"
+#include "HostErrorHandler.h"
+
+#include <thread>
+
+namespace
+{
+// Open/close cycles; the sanitizer build runs the same count under
+// AddressSanitizer and LeakSanitizer.
+const int openCloseCycles = 200;
+}
+
+TEST_F(EditorTest, OpensAgainAfterClosingWithTheLatestValues)
+{
+    openEditor();
+    closeEditor();
+    EXPECT_EQ(desktop->findEditorWindow(), 0u);
+    effect->setParameter(0, 0.25f);
+    openEditor();
+    const auto* gain = dynamic_cast<const CMyAnimKnob*>(editor().getControl(0));
+    ASSERT_NE(gain, nullptr);
+    EXPECT_EQ(gain->getValue(), 0.25f);
+    EXPECT_STREQ(gain->getValueText(), "-10.0dB");
+    closeEditor();
+}
+
+TEST_F(EditorTest, TwoInstancesAreOpenAtOnce)
+{
+    TestDesktop otherDesktop(panelWidth, panelHeight);
+    TestEffect other;
+    openEditor();
+    ASSERT_EQ(other.dispatch(effEditOpen, 0, 0, otherDesktop.getParentHandle()), 1);
+    other.setParameter(0, 1.0f);
+    effect->setParameter(0, 0.0f);
+    for (int i = 0; i < 20; ++i)
+    {
+        effect->dispatch(effEditIdle);
+        other.dispatch(effEditIdle);
+    }
+    EXPECT_STREQ(dynamic_cast<const CMyAnimKnob*>(other.getEditorObject()->getControl(0))->getValueText(), "+20.0dB");
+    EXPECT_STREQ(dynamic_cast<const CMyAnimKnob*>(editor().getControl(0))->getValueText(), "-20.0dB");
+    ASSERT_TRUE(idleUntil([&] {
+        other.dispatch(effEditIdle);
+        return otherDesktop.isViewable(otherDesktop.findEditorWindow());
+    }));
+    other.dispatch(effEditClose);
+    // The first one carries on alone.
+    effect->setParameter(0, 0.5f);
+    idleFor(20);
+    EXPECT_STREQ(dynamic_cast<const CMyAnimKnob*>(editor().getControl(0))->getValueText(), "+0.0dB");
+    closeEditor();
+}
+
+TEST_F(EditorTest, SurvivesTheHostDestroyingTheParentBeforeClosing)
+{
+    openEditor();
+    const unsigned long dropped = CXErrorGuard::getDroppedErrors();
+    desktop->destroyParent();
+    // The editor's window went with its parent: idling and closing now make
+    // X errors on the editor's connection, which must not end the process.
+    idleFor(50);
+    effect->setParameter(0, 0.7f);
+    closeEditor();
+    EXPECT_FALSE(editor().isOpen());
+    EXPECT_GT(CXErrorGuard::getDroppedErrors(), dropped);
+
+    // And the editor opens again in a new parent.
+    desktop.reset(new TestDesktop(panelWidth, panelHeight));
+    openEditor();
+    closeEditor();
+}
+
+TEST(XErrorGuardTest, DropsErrorsOnItsThreadAndForwardsTheRestToTheHostsHandler)
+{
+    TestDesktop desktop(16, 16);
+    ASSERT_TRUE(desktop.isConnected());
+    const HostErrorHandler host;
+    desktop.makeFailingRequest();
+    EXPECT_EQ(host.count(), 1);
+    {
+        const CXErrorGuard guard;
+        const unsigned long dropped = CXErrorGuard::getDroppedErrors();
+        desktop.makeFailingRequest();
+        EXPECT_EQ(CXErrorGuard::getDroppedErrors(), dropped + 1);
+        EXPECT_EQ(host.count(), 1);
+        // Another thread's error is not the guard's business.
+        std::thread other([] {
+            TestDesktop otherDesktop(16, 16);
+            otherDesktop.makeFailingRequest();
+        });
+        other.join();
+        EXPECT_EQ(host.count(), 2);
+        EXPECT_EQ(CXErrorGuard::getDroppedErrors(), dropped + 1);
+    }
+    // Gone: the host's handler is back in charge.
+    desktop.makeFailingRequest();
+    EXPECT_EQ(host.count(), 3);
+}
+
+TEST_F(EditorTest, OpensAndClosesTwoHundredTimes)
+{
+    for (int cycle = 0; cycle < openCloseCycles; ++cycle)
+    {
+        ASSERT_EQ(effect->dispatch(effEditOpen, 0, 0, desktop->getParentHandle()), 1) << cycle;
+        // Let it handle its first events and paint, as a host's idle would.
+        for (int i = 0; i < 3; ++i)
+        {
+            effect->dispatch(effEditIdle);
+        }
+        effect->setParameter(cycle % CMyVSTEditor::kNumParameters, 0.5f);
+        closeEditor();
+        ASSERT_FALSE(editor().isOpen()) << cycle;
+    }
+    EXPECT_EQ(desktop->findEditorWindow(), 0u);
+}

@@ -1,0 +1,235 @@
+#include "EditorTest.h"
+
+#include "CMyAnimKnob.h"
+#include "CMyOptionMenu.h"
+#include "CVUMeter.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+// Drag distances are whole pixels and the knob adds them up exactly: a
+// float sum of a few terms stays within 1e-6 of the exact value.
+const float dragTolerance = 1e-5f;
+}
+
+class EditorMouseTest : public EditorTest
+{
+protected:
+    void SetUp() override
+    {
+        EditorTest::SetUp();
+        openEditor();
+        effect->hostCalls.clear();
+    }
+
+    // Moves the pointer, giving the editor time to see each step.
+    void moveTo(int x, int y)
+    {
+        desktop->moveMouse(x, y);
+        idleFor(15);
+    }
+
+    void click(int x, int y)
+    {
+        moveTo(x, y);
+        desktop->pressButton(1);
+        idleFor(15);
+        desktop->releaseButton(1);
+        idleFor(15);
+    }
+
+    // A vertical drag from (x, y) by dy pixels in steps of 5.
+    void drag(int x, int y, int dy)
+    {
+        moveTo(x, y);
+        desktop->pressButton(1);
+        idleFor(15);
+        const int step = dy < 0 ? -5 : 5;
+        for (int moved = step; std::abs(moved) <= std::abs(dy); moved += step)
+        {
+            moveTo(x, y + moved);
+        }
+        desktop->releaseButton(1);
+        idleFor(15);
+    }
+
+    bool waitForAutomations(size_t count)
+    {
+        return idleUntil([this, count] { return effect->automations().size() >= count; });
+    }
+
+    std::vector<VstInt32> opcodes() const
+    {
+        std::vector<VstInt32> result;
+        for (const TestEffect::HostCall& call : effect->hostCalls)
+        {
+            result.push_back(call.opcode);
+        }
+        return result;
+    }
+};
+
+TEST_F(EditorMouseTest, DraggingAKnobUpReachesTheHostAsOneAutomatedEdit)
+{
+    // The large knob's centre; 40 pixels up is 40/200 of the range.
+    drag(255, 265, -40);
+    ASSERT_TRUE(waitForAutomations(1));
+    const std::vector<TestEffect::HostCall> automations = effect->automations();
+    EXPECT_EQ(automations.back().index, 0);
+    EXPECT_NEAR(automations.back().value, 0.7f, dragTolerance);
+    EXPECT_NEAR(effect->getParameter(0), 0.7f, dragTolerance);
+    // The edit is bracketed for the host's undo and automation recording.
+    const std::vector<VstInt32> calls = opcodes();
+    EXPECT_EQ(calls.front(), audioMasterBeginEdit);
+    EXPECT_EQ(calls.back(), audioMasterEndEdit);
+    EXPECT_EQ(effect->hostCalls.front().index, 0);
+    // The value came back to the knob through the effect, with its text.
+    const auto* knob = dynamic_cast<const CMyAnimKnob*>(editor().getControl(0));
+    EXPECT_NEAR(knob->getValue(), 0.7f, dragTolerance);
+    EXPECT_STREQ(knob->getValueText(), "+8.0dB");
+}
+
+TEST_F(EditorMouseTest, ShiftMakesTheDragTenTimesFiner)
+{
+    desktop->holdShift(true);
+    drag(255, 265, -40);
+    desktop->holdShift(false);
+    ASSERT_TRUE(waitForAutomations(1));
+    EXPECT_NEAR(effect->getParameter(0), 0.52f, dragTolerance);
+}
+
+TEST_F(EditorMouseTest, DraggingANumericFieldChangesItLikeAKnob)
+{
+    // "Link" starts at 0.35; 20 pixels down is -0.1.
+    drag(309, 85, 20);
+    ASSERT_TRUE(waitForAutomations(1));
+    EXPECT_EQ(effect->automations().back().index, 7);
+    EXPECT_NEAR(effect->getParameter(7), 0.25f, dragTolerance);
+    EXPECT_STREQ(dynamic_cast<const CMyAnimKnob*>(editor().getControl(7))->getValueText(), "25%");
+}
+
+TEST_F(EditorMouseTest, ControlClickReturnsAKnobToItsDefault)
+{
+    effect->setParameter(5, 0.3f);
+    moveTo(140, 330);
+    desktop->holdControl(true);
+    click(140, 330);
+    desktop->holdControl(false);
+    ASSERT_TRUE(waitForAutomations(1));
+    EXPECT_EQ(effect->automations().back().index, 5);
+    EXPECT_EQ(effect->getParameter(5), 0.9f);
+}
+
+TEST_F(EditorMouseTest, WheelStepsAKnobByItsTaperedIncrement)
+{
+    // "Attack" at 0.04 with taper 0.5: one detent is 0.05 * sqrt(0.04).
+    moveTo(370, 330);
+    desktop->pressButton(4);
+    desktop->releaseButton(4);
+    ASSERT_TRUE(waitForAutomations(1));
+    EXPECT_EQ(effect->automations().back().index, 1);
+    EXPECT_NEAR(effect->getParameter(1), 0.05f, 1e-6f);
+    EXPECT_EQ(opcodes(), (std::vector<VstInt32>{audioMasterBeginEdit, audioMasterAutomate, audioMasterEndEdit}));
+    // And one detent down from there: 0.05 - 0.05 * sqrt(0.05).
+    desktop->pressButton(5);
+    desktop->releaseButton(5);
+    ASSERT_TRUE(waitForAutomations(2));
+    EXPECT_NEAR(effect->getParameter(1), 0.05f - 0.05f * std::sqrt(0.05f), 1e-6f);
+}
+
+TEST_F(EditorMouseTest, ClickingASwitchTogglesItsParameter)
+{
+    click(124, 384);
+    ASSERT_TRUE(waitForAutomations(1));
+    EXPECT_EQ(effect->automations().back().index, 4);
+    EXPECT_EQ(effect->automations().back().value, 1.0f);
+    click(124, 384);
+    ASSERT_TRUE(waitForAutomations(2));
+    EXPECT_EQ(effect->automations().back().value, 0.0f);
+    EXPECT_EQ(editor().getControl(4)->getValue(), 0.0f);
+}
+
+TEST_F(EditorMouseTest, ChoosingAMenuEntrySendsItsNormalisedValue)
+{
+    auto* scale = dynamic_cast<CMyOptionMenu*>(editor().getControl(6));
+    click(420, 248);
+    ASSERT_TRUE(idleUntil([scale] { return scale->isOpen(); }));
+    // The list opens below the menu: rows of 18 pixels after a 1-pixel
+    // border; the third row is "Scale: K14".
+    click(420, 258 + 2 * 18 + 9);
+    ASSERT_TRUE(waitForAutomations(1));
+    EXPECT_FALSE(scale->isOpen());
+    EXPECT_EQ(effect->automations().back().index, 6);
+    EXPECT_FLOAT_EQ(effect->automations().back().value, 2.0f / 3.0f);
+    EXPECT_EQ(scale->getCurrentIndex(), 2);
+    EXPECT_EQ(editor().getMeter(5)->getLowerZone(), -14.0f);
+
+    // The word-length menu: "24 bits", the fourth row, is the top value.
+    click(202, 151);
+    click(202, 161 + 3 * 18 + 9);
+    ASSERT_TRUE(waitForAutomations(2));
+    EXPECT_EQ(effect->automations().back().index, 11);
+    EXPECT_EQ(effect->automations().back().value, 1.0f);
+}
+
+TEST_F(EditorMouseTest, ClickingOutsideAnOpenListClosesItUnchanged)
+{
+    auto* scale = dynamic_cast<CMyOptionMenu*>(editor().getControl(6));
+    click(420, 248);
+    ASSERT_TRUE(idleUntil([scale] { return scale->isOpen(); }));
+    // Over the "Release" knob, which must not see the click either.
+    click(450, 340);
+    ASSERT_TRUE(idleUntil([scale] { return !scale->isOpen(); }));
+    idleFor(50);
+    EXPECT_TRUE(effect->automations().empty());
+    EXPECT_EQ(scale->getCurrentIndex(), 0);
+}
+
+TEST_F(EditorMouseTest, ClickingAMeterClearsItsPeakHold)
+{
+    CVUMeter* peak = editor().getMeter(5);
+    effect->outputPeak[0] = 0.5f; // -6.02 dB
+    effect->dispatch(effEditIdle);
+    effect->outputPeak[0] = 0.1f; // -20 dB
+    effect->dispatch(effEditIdle);
+    ASSERT_NEAR(peak->getPeakHold(), -6.0206f, 1e-3f);
+    click(401, 140);
+    // Reset, then the next reading becomes the hold.
+    ASSERT_TRUE(idleUntil([peak] { return std::fabs(peak->getPeakHold() + 20.0f) < 1e-3f; }));
+    EXPECT_TRUE(effect->automations().empty());
+}
+
+TEST_F(EditorMouseTest, LinkButtonOpensTheProductPageWithXdgOpen)
+{
+    // A stand-in xdg-open first on PATH writes down its argument.
+    char folder[] = "/tmp/palisorne-xdg-XXXXXX";
+    ASSERT_NE(mkdtemp(folder), nullptr);
+    const std::string script = std::string(folder) + "/xdg-open";
+    const std::string record = std::string(folder) + "/opened";
+    {
+        std::ofstream file(script);
+        file << "#!/bin/sh\nprintf '%s' \"$1\" > \"" << record << ".tmp\" && mv \"" << record << ".tmp\" \""
+             << record << "\"\n";
+    }
+    chmod(script.c_str(), 0755);
+    const std::string path = std::string(folder) + ":" + std::getenv("PATH");
+    setenv("PATH", path.c_str(), 1);
+
+    click(253, 416);
+    ASSERT_TRUE(idleUntil([&record] { return access(record.c_str(), F_OK) == 0; }));
+    std::ifstream opened(record);
+    std::string address;
+    std::getline(opened, address);
+    EXPECT_EQ(address, "https://www.virelmatt.com/palisorne");
+    EXPECT_TRUE(effect->automations().empty());
+
+    std::remove(record.c_str());
+    std::remove(script.c_str());
+    rmdir(folder);
+}

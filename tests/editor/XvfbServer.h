@@ -1,0 +1,22 @@
+#pragma once
+
+#include <sys/types.h>
+
+// A private X server for the tests: Xvfb on a free display number (it
+// reports the number it took), DISPLAY pointing at it for this process.
+class XvfbServer
+{
+public:
+    XvfbServer();
+    // Stops the server.
+    ~XvfbServer();
+    XvfbServer(const XvfbServer&) = delete;
+    XvfbServer& operator=(const XvfbServer&) = delete;
+
+    bool isRunning() const { return server > 0 && keeper; }
+
+private:
+    pid_t server;
+    // Held open for the server's whole life (see -terminate).
+    struct _XDisplay* keeper;
+};

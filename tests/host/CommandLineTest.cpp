@@ -1,0 +1,353 @@
+#include "ProcessRun.h"
+#include "ScratchDirectory.h"
+#include "TestAudio.h"
+#include "TestModules.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <sndfile.h>
+
+#include <algorithm>
+#include <cmath>
+#include <fstream>
+#include <sstream>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+constexpr int floatWav = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+
+std::string contentsOf(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::stringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+size_t lineCount(const std::string& text)
+{
+    return static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
+}
+
+// A scratch directory with a stereo input and an existing output that a
+// failed render must leave as it was.
+struct RenderScene
+{
+    ScratchDirectory scratch;
+    std::string input = scratch.path("in.wav");
+    std::string output = scratch.path("out.wav");
+    std::string previousOutput = "an earlier render";
+
+    RenderScene()
+    {
+        TestAudio::noise(2, 48000, 48000, 0.5f, floatWav).write(input);
+        std::ofstream(output) << previousOutput;
+    }
+
+    // Runs palisorne and checks the marks of a clean failure: a non-zero
+    // exit, one line on stderr naming the problem, the old output intact and
+    // no temporary file left.
+    void expectCleanFailure(const std::vector<std::string>& arguments, const std::string& reason)
+    {
+        const ProcessRun run = ProcessRun::palisorne(arguments, scratch.root());
+        EXPECT_NE(run.exitCode, 0) << reason;
+        EXPECT_EQ(lineCount(run.err), 1u) << run.err;
+        EXPECT_EQ(run.err.rfind("palisorne: error: ", 0), 0u) << run.err;
+        EXPECT_NE(run.err.find(reason), std::string::npos) << run.err;
+        EXPECT_EQ(contentsOf(output), previousOutput);
+        EXPECT_EQ(scratch.entries(), (std::vector<std::string>{"in.wav", "out.wav"}));
+    }
+};
+}
+
+TEST(CommandLineErrors, BadInputFiles)
+{
+    RenderScene scene;
+    const std::string probe = TestModules::delayProbe;
+    scene.expectCleanFailure({"render", scene.scratch.path("missing.wav"), scene.output, "--plugin", probe},
+                             "No such file or directory");
+    scene.expectCleanFailure({"render", scene.scratch.root(), scene.output, "--plugin", probe}, "is a directory");
+    scene.expectCleanFailure({"render", "/proc/self/status", scene.output, "--plugin", probe}, "as audio");
+    scene.expectCleanFailure({"render", scene.input, scene.input, "--plugin", probe}, "is the input file");
+    // Permissions do not stop root, so this case needs an ordinary user.
+    if (::geteuid() != 0)
+    {
+        const std::string locked = scene.scratch.path("locked.wav");
+        TestAudio::noise(2, 48000, 100, 0.5f, floatWav).write(locked);
+        ::chmod(locked.c_str(), 0);
+        const ProcessRun run =
+            ProcessRun::palisorne({"render", locked, scene.output, "--plugin", probe}, scene.scratch.root());
+        EXPECT_EQ(run.exitCode, 1);
+        EXPECT_NE(run.err.find("Permission denied"), std::string::npos) << run.err;
+        ::unlink(locked.c_str());
+    }
+}
+
+TEST(CommandLineErrors, CommandLineThatCannotBeUnderstood)
+{
+    ScratchDirectory scratch;
+    const ProcessRun unknown = ProcessRun::palisorne({"mix", "a.wav"}, scratch.root());
+    EXPECT_EQ(unknown.exitCode, 2);
+    EXPECT_EQ(unknown.err.rfind("palisorne: error: unknown command 'mix'; the commands are render, info, bench, demo", 0),
+              0u)
+        << unknown.err;
+    EXPECT_EQ(lineCount(unknown.err), 1u);
+    const ProcessRun none = ProcessRun::palisorne({}, scratch.root());
+    EXPECT_EQ(none.exitCode, 2);
+    EXPECT_EQ(lineCount(none.err), 1u);
+    const ProcessRun help = ProcessRun::palisorne({"render", "--help"}, scratch.root());
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_NE(help.out.find("--keep-latency"), std::string::npos);
+}
+
+TEST(CommandLineErrors, ModulesThatAreNotUsablePlugins)
+{
+    RenderScene scene;
+    scene.expectCleanFailure({"render", scene.input, scene.output, "--plugin", TestModules::notAPlugin},
+                             "is not a VST 2 plug-in");
+    scene.expectCleanFailure({"render", scene.input, scene.output, "--plugin", TestModules::noEffect},
+                             "created no effect");
+    scene.expectCleanFailure({"render", scene.input, scene.output, "--plugin", scene.input}, "cannot load plug-in");
+    scene.expectCleanFailure({"render", scene.input, scene.output, "--plugin", scene.scratch.path("none.so")},
+                             "cannot load plug-in");
+}
+
+TEST(CommandLineErrors, UnknownNamesAndValuesOutOfRange)
+{
+    RenderScene scene;
+    const std::string probe = TestModules::delayProbe;
+    scene.expectCleanFailure({"render", scene.input, scene.output, "--plugin", probe, "--set", "Volume=1"},
+                             "unknown parameter 'Volume'");
+    scene.expectCleanFailure({"render", scene.input, scene.output, "--plugin", probe, "--program", "Loudest"},
+                             "unknown program 'Loudest'");
+    scene.expectCleanFailure({"render", scene.input, scene.output, "--plugin", probe, "--program", "7"},
+                             "program 7 does not exist");
+    scene.expectCleanFailure({"render", scene.input, scene.output, "--plugin", probe, "--set", "Gain=30"},
+                             "out of range");
+    scene.expectCleanFailure({"render", scene.input, scene.output, "--plugin", probe, "--set-norm", "Gain=2"},
+                             "out of range");
+    scene.expectCleanFailure({"render", scene.input, scene.output, "--plugin", probe, "--bits", "8"}, "--bits");
+    scene.expectCleanFailure({"render", scene.input}, "OUT is required");
+}
+
+TEST(CommandLineErrors, MoreThanTwoChannelsIsRefused)
+{
+    RenderScene scene;
+    const std::string surround = scene.scratch.path("surround.wav");
+    TestAudio::noise(6, 48000, 480, 0.5f, floatWav).write(surround);
+    const ProcessRun run = ProcessRun::palisorne(
+        {"render", surround, scene.output, "--plugin", TestModules::delayProbe}, scene.scratch.root());
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err,
+              "palisorne: error: '" + surround + "' has 6 channels; palisorne renders mono and stereo files only\n");
+    EXPECT_EQ(contentsOf(scene.output), scene.previousOutput);
+}
+
+// A render that fails while writing (here: the file size limit is hit) must
+// remove its temporary file and leave the old output untouched.
+TEST(CommandLineErrors, FailureWhileWritingLeavesNoTrace)
+{
+    RenderScene scene;
+    const std::string large = scene.scratch.path("large.wav");
+    TestAudio::noise(2, 48000, 48000 * 2, 0.5f, floatWav).write(large);
+    const std::string command = "trap '' XFSZ; ulimit -f 64; exec '" + std::string(PALISORNE_EXECUTABLE) + "' render '"
+                                + large + "' '" + scene.output + "' --plugin '" + TestModules::delayProbe + "'";
+    const ProcessRun run = ProcessRun::run({"/bin/sh", "-c", command}, scene.scratch.root());
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err.rfind("palisorne: error: cannot write '" + scene.output + "'", 0), 0u) << run.err;
+    EXPECT_EQ(contentsOf(scene.output), scene.previousOutput);
+    EXPECT_EQ(scene.scratch.entries(), (std::vector<std::string>{"in.wav", "large.wav", "out.wav"}));
+}
+
+TEST(CommandLineRender, TextReportAndNoProgressBarWhenNotATerminal)
+{
+    RenderScene scene;
+    const ProcessRun run = ProcessRun::palisorne(
+        {"render", scene.input, scene.output, "--plugin", TestModules::delayProbe, "--set", "Delay=321"},
+        scene.scratch.root());
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(run.err, "");
+    EXPECT_NE(run.out.find("latency   321 samples, compensated"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("set       Delay = 321 smp"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("true peak R"), std::string::npos) << run.out;
+    EXPECT_EQ(TestAudio::read(scene.output).samples, TestAudio::read(scene.input).samples);
+}
+
+TEST(CommandLineRender, JsonReportParsesAndHoldsTheFields)
+{
+    RenderScene scene;
+    const ProcessRun run = ProcessRun::palisorne(
+        {"render", scene.input, scene.output, "--plugin", TestModules::delayProbe, "--program", "Loud +6 dB", "--json"},
+        scene.scratch.root());
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    const nlohmann::json report = nlohmann::json::parse(run.out);
+    EXPECT_EQ(report["plugin"]["name"], "DelayProbe");
+    EXPECT_EQ(report["plugin"]["unique_id"], "DPRB");
+    EXPECT_EQ(report["plugin"]["ours"], false);
+    EXPECT_EQ(report["plugin"]["latency_samples"], 100);
+    EXPECT_EQ(report["plugin"]["latency_compensated"], true);
+    EXPECT_EQ(report["plugin"]["program"], "Loud +6 dB");
+    for (const char* side : {"input", "output"})
+    {
+        const nlohmann::json& file = report[side];
+        EXPECT_EQ(file["sample_rate"], 48000) << side;
+        EXPECT_EQ(file["channels"], 2) << side;
+        EXPECT_EQ(file["frames"], 48000) << side;
+        EXPECT_TRUE(file["integrated_lufs"].is_number()) << side;
+        EXPECT_TRUE(file["loudness_range_lu"].is_number()) << side;
+        ASSERT_EQ(file["sample_peak_dbfs"].size(), 2u) << side;
+        ASSERT_EQ(file["true_peak_dbtp"].size(), 2u) << side;
+    }
+    // The probe's program adds exactly 6 dB; peaks are measured on floats.
+    EXPECT_NEAR(report["output"]["sample_peak_dbfs"][0].get<double>()
+                    - report["input"]["sample_peak_dbfs"][0].get<double>(),
+                6.0, 1e-4);
+    EXPECT_TRUE(report["max_gain_reduction_db"].is_null());
+    EXPECT_TRUE(report["ceiling_db"].is_null());
+    EXPECT_EQ(report["true_peak_above_ceiling"], false);
+    EXPECT_TRUE(report["warnings"].empty());
+}
+
+TEST(CommandLineInfo, IdentityLatencyParametersAndPrograms)
+{
+    ScratchDirectory scratch;
+    const ProcessRun run = ProcessRun::palisorne({"info", "--plugin", TestModules::delayProbe}, scratch.root());
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_NE(run.out.find("name        DelayProbe"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("unique ID   'DPRB' (0x44505242)"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("latency     100 samples"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("Gain                     +0.0 dB"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("Mode                      Off"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("*  0  Unity"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("   2  Loud +6 dB"), std::string::npos) << run.out;
+}
+
+TEST(CommandLineBench, TimesEveryPluginOnOneCommand)
+{
+    ScratchDirectory scratch;
+    std::vector<std::string> arguments = {
+        "bench", "--seconds", "0.5", "--passes", "3", "--plugin", TestModules::delayProbe};
+    size_t modules = 1;
+    for (const char* other : {TestModules::lspLimiter, TestModules::zamMaximizer})
+    {
+        if (TestModules::exists(other))
+        {
+            arguments.insert(arguments.end(), {"--plugin", other});
+            ++modules;
+        }
+    }
+    const ProcessRun run = ProcessRun::palisorne(arguments, scratch.root());
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_NE(run.out.find("DelayProbe"), std::string::npos) << run.out;
+    // A header, a column line and one line per module.
+    EXPECT_EQ(lineCount(run.out), 2u + modules) << run.out;
+}
+
+TEST(CommandLineOurs, DefaultModuleIsFoundBesideTheExecutable)
+{
+    SKIP_WITHOUT_MODULE(TestModules::ours);
+    ScratchDirectory scratch;
+    const ProcessRun run = ProcessRun::palisorne({"info"}, scratch.root());
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_NE(run.out.find("'KWPS' (0x4B575053), ours"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("latency     1535 samples"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("   3  EBU R128 -1 dBTP"), std::string::npos) << run.out;
+}
+
+TEST(CommandLineOurs, DemoRendersTheGeneratedMixAndReports)
+{
+    SKIP_WITHOUT_MODULE(TestModules::ours);
+    ScratchDirectory scratch;
+    const ProcessRun run = ProcessRun::palisorne(
+        {"demo", "--dir", scratch.root(), "--plugin", TestModules::ours, "--json"}, scratch.root());
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    const nlohmann::json report = nlohmann::json::parse(run.out);
+    EXPECT_EQ(report["plugin"]["program"], "EBU R128 -1 dBTP");
+    ASSERT_EQ(report["plugin"]["settings"].size(), 1u);
+    EXPECT_EQ(report["plugin"]["settings"][0]["display"], "+6.0 dB");
+    EXPECT_EQ(report["input"]["frames"], 8 * 48000);
+    EXPECT_EQ(report["output"]["frames"], 8 * 48000);
+    EXPECT_EQ(report["ceiling_db"], -1.0);
+    // The mix peaks at -3 dBFS; 6 dB more against a -1 dB ceiling means at
+    // least 2 dB of reduction somewhere.
+    ASSERT_EQ(report["max_gain_reduction_db"].size(), 2u);
+    EXPECT_GT(report["max_gain_reduction_db"][0].get<double>(), 2.0);
+    EXPECT_EQ(scratch.entries(), (std::vector<std::string>{"palisorne-demo-limited.wav", "palisorne-demo-mix.wav"}));
+}
+
+// Third-party limiters from Debian's packages, loaded like ours. A signal
+// 20 dB under full scale passes them with little change, so the output's
+// best match with the input must sit at lag 0 once the latency they report
+// is compensated; and parameters are set in their own units.
+struct ThirdPartyCase
+{
+    const char* name;
+    const char* module;
+    const char* setting;
+    const char* display;
+};
+
+void PrintTo(const ThirdPartyCase& limiter, std::ostream* out)
+{
+    *out << limiter.module;
+}
+
+class ThirdPartyLimiter : public ::testing::TestWithParam<ThirdPartyCase>
+{
+};
+
+TEST_P(ThirdPartyLimiter, RendersAlignedWithLengthRateAndChannelsKept)
+{
+    const char* module = GetParam().module;
+    SKIP_WITHOUT_MODULE(module);
+    ScratchDirectory scratch;
+    const TestAudio input =
+        TestAudio::sines(2, 44100, 44100 * 2, {{440.0, 0.05}, {1234.0, 0.05}}, SF_FORMAT_WAV | SF_FORMAT_PCM_24);
+    input.write(scratch.path("in.wav"));
+    const ProcessRun run = ProcessRun::palisorne({"render", scratch.path("in.wav"), scratch.path("out.wav"), "--plugin",
+                                                  module, "--set", GetParam().setting, "--json"},
+                                                 scratch.root());
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    const nlohmann::json report = nlohmann::json::parse(run.out);
+    EXPECT_GT(report["plugin"]["latency_samples"].get<int>(), 0);
+    const TestAudio output = TestAudio::read(scratch.path("out.wav"));
+    EXPECT_EQ(output.frames(), input.frames());
+    EXPECT_EQ(output.sampleRate, 44100);
+    EXPECT_EQ(output.channels, 2);
+    // Normalised cross-correlation over lags -64..64, skipping the first
+    // 100 ms where a limiter may still be settling.
+    int bestLag = 1000;
+    double bestCorrelation = -2.0;
+    for (int lag = -64; lag <= 64; ++lag)
+    {
+        double product = 0.0;
+        double inputEnergy = 0.0;
+        double outputEnergy = 0.0;
+        for (size_t frame = 4410; frame + 64 < input.frames(); ++frame)
+        {
+            const double x = input.at(frame, 0);
+            const double y = output.at(frame + static_cast<size_t>(lag), 0);
+            product += x * y;
+            inputEnergy += x * x;
+            outputEnergy += y * y;
+        }
+        const double correlation = product / std::sqrt(inputEnergy * outputEnergy);
+        if (correlation > bestCorrelation)
+        {
+            bestCorrelation = correlation;
+            bestLag = lag;
+        }
+    }
+    EXPECT_EQ(bestLag, 0);
+    EXPECT_GT(bestCorrelation, 0.99);
+    ASSERT_EQ(report["plugin"]["settings"].size(), 1u);
+    EXPECT_EQ(report["plugin"]["settings"][0]["display"], GetParam().display);
+}
+
+INSTANTIATE_TEST_SUITE_P(DebianPackages, ThirdPartyLimiter,
+                         ::testing::Values(ThirdPartyCase{"LspLimiter", TestModules::lspLimiter, "th=-6", "-6.00 dB"},
+                                           ThirdPartyCase{"ZaMaximX2", TestModules::zamMaximizer, "Output Ceiling=-1",
+                                                          "-1.000000 dB"}),
+                         [](const ::testing::TestParamInfo<ThirdPartyCase>& info) { return info.param.name; });

@@ -1,0 +1,75 @@
+#include "GainReductionMeter.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <vector>
+
+namespace
+{
+// Stereo frames holding constant magnitudes that alternate in sign.
+std::vector<float> steady(float left, float right, size_t frames)
+{
+    std::vector<float> samples;
+    for (size_t frame = 0; frame < frames; ++frame)
+    {
+        const float sign = frame % 2 == 0 ? 1.0f : -1.0f;
+        samples.push_back(sign * left);
+        samples.push_back(sign * right);
+    }
+    return samples;
+}
+
+void append(std::vector<float>& to, const std::vector<float>& more)
+{
+    to.insert(to.end(), more.begin(), more.end());
+}
+}
+
+// With an input gain of g dB, input peak p and output peak q, the reduction
+// is g + 20 log10(p / q); float samples carry the ratio to about 1e-7, so
+// 1e-4 dB is ample.
+TEST(GainReductionMeter, InputGainAndPeakRatioPerChannel)
+{
+    GainReductionMeter meter(2, 48000, 6.0);
+    const std::vector<float> input = steady(0.5f, 0.5f, 4800);
+    const std::vector<float> output = steady(0.5f, 0.25f, 4800);
+    meter.addInput(input.data(), 4800);
+    meter.addOutput(output.data(), 4800);
+    const std::vector<double> reduction = meter.getMaxReductionDb();
+    ASSERT_EQ(reduction.size(), 2u);
+    EXPECT_NEAR(reduction[0], 6.0, 1e-4);
+    EXPECT_NEAR(reduction[1], 6.0 + 20.0 * std::log10(2.0), 1e-4);
+}
+
+TEST(GainReductionMeter, LargestWindowCountsAndBlockBoundariesDoNotMatter)
+{
+    // 10 ms at 1000 Hz is 10 frames. The second window is reduced by 12 dB.
+    GainReductionMeter meter(2, 1000, 0.0);
+    std::vector<float> input = steady(0.8f, 0.8f, 30);
+    std::vector<float> output = steady(0.8f, 0.8f, 10);
+    append(output, steady(0.2f, 0.4f, 10));
+    append(output, steady(0.8f, 0.8f, 10));
+    // Fed in pieces that straddle window edges.
+    meter.addInput(input.data(), 7);
+    meter.addInput(input.data() + 14, 23);
+    meter.addOutput(output.data(), 13);
+    meter.addOutput(output.data() + 26, 17);
+    const std::vector<double> reduction = meter.getMaxReductionDb();
+    EXPECT_NEAR(reduction[0], 20.0 * std::log10(4.0), 1e-4);
+    EXPECT_NEAR(reduction[1], 20.0 * std::log10(2.0), 1e-4);
+}
+
+TEST(GainReductionMeter, QuietWindowsAndLouderOutputCountAsNoReduction)
+{
+    GainReductionMeter meter(2, 1000, 0.0);
+    // Left: input at -66 dBFS (under the -60 dBFS floor) against silence.
+    // Right: the output is louder than the input.
+    const std::vector<float> input = steady(0.0005f, 0.1f, 20);
+    const std::vector<float> output = steady(0.0f, 0.2f, 20);
+    meter.addInput(input.data(), 20);
+    meter.addOutput(output.data(), 20);
+    const std::vector<double> reduction = meter.getMaxReductionDb();
+    EXPECT_EQ(reduction[0], 0.0);
+    EXPECT_EQ(reduction[1], 0.0);
+}

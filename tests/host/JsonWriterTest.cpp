@@ -1,0 +1,120 @@
+#include "JsonWriter.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <functional>
+#include <limits>
+#include <sstream>
+
+namespace
+{
+nlohmann::json written(const std::function<void(JsonWriter&)>& write)
+{
+    std::ostringstream text;
+    JsonWriter json(text);
+    write(json);
+    return nlohmann::json::parse(text.str());
+}
+}
+
+TEST(JsonWriter, NestedContainersParseWithEveryValueInPlace)
+{
+    const nlohmann::json document = written(
+        [](JsonWriter& json)
+        {
+            json.beginObject();
+            json.key("name");
+            json.value("limiter");
+            json.key("peaks");
+            json.beginArray();
+            json.value(-1.5);
+            json.value(-0.25);
+            json.endArray();
+            json.key("empty");
+            json.beginArray();
+            json.endArray();
+            json.key("nested");
+            json.beginObject();
+            json.key("ours");
+            json.value(true);
+            json.key("latency");
+            json.value(1535);
+            json.key("frames");
+            json.value(9876543210LL);
+            json.endObject();
+            json.key("none");
+            json.null();
+            json.endObject();
+        });
+    EXPECT_EQ(document["name"], "limiter");
+    ASSERT_EQ(document["peaks"].size(), 2u);
+    EXPECT_DOUBLE_EQ(document["peaks"][0].get<double>(), -1.5);
+    EXPECT_DOUBLE_EQ(document["peaks"][1].get<double>(), -0.25);
+    EXPECT_TRUE(document["empty"].is_array());
+    EXPECT_TRUE(document["empty"].empty());
+    EXPECT_EQ(document["nested"]["ours"], true);
+    EXPECT_EQ(document["nested"]["latency"], 1535);
+    EXPECT_EQ(document["nested"]["frames"].get<long long>(), 9876543210LL);
+    EXPECT_TRUE(document["none"].is_null());
+}
+
+TEST(JsonWriter, NumbersKeepTenSignificantDigitsAndNonFiniteBecomesNull)
+{
+    const nlohmann::json document = written(
+        [](JsonWriter& json)
+        {
+            json.beginArray();
+            json.value(-23.0123456789);
+            json.value(1e-12);
+            json.value(-std::numeric_limits<double>::infinity());
+            json.value(std::numeric_limits<double>::quiet_NaN());
+            json.endArray();
+        });
+    // %.10g keeps ten significant digits: the relative error is below 5e-10.
+    EXPECT_NEAR(document[0].get<double>(), -23.0123456789, 23.0 * 5e-10);
+    EXPECT_NEAR(document[1].get<double>(), 1e-12, 1e-21);
+    EXPECT_TRUE(document[2].is_null());
+    EXPECT_TRUE(document[3].is_null());
+}
+
+TEST(JsonWriter, StringsAreEscapedAndInvalidUtf8IsReplaced)
+{
+    const std::string tricky = std::string("say \"hi\"\\ now\n\ttab\x01") + "\x7f";
+    const std::string umlauts = "Gr\xc3\xbc\xc3\x9f\x65 \xe2\x82\xac \xf0\x9f\x8e\xb5";
+    const std::string broken = std::string("bad \xff byte, cut \xc3");
+    const std::string overlong = std::string("\xc0\xaf");
+    const nlohmann::json document = written(
+        [&](JsonWriter& json)
+        {
+            json.beginObject();
+            json.key(tricky);
+            json.value(tricky);
+            json.key("umlauts");
+            json.value(umlauts);
+            json.key("broken");
+            json.value(broken);
+            json.key("overlong");
+            json.value(overlong);
+            json.endObject();
+        });
+    EXPECT_EQ(document[tricky], tricky);
+    EXPECT_EQ(document["umlauts"], umlauts);
+    EXPECT_EQ(document["broken"], "bad \xef\xbf\xbd byte, cut \xef\xbf\xbd");
+    EXPECT_EQ(document["overlong"], "\xef\xbf\xbd\xef\xbf\xbd");
+}
+
+TEST(JsonWriter, EmptyContainersAtTopLevelEndWithANewline)
+{
+    std::ostringstream object;
+    JsonWriter objectWriter(object);
+    objectWriter.beginObject();
+    objectWriter.endObject();
+    EXPECT_EQ(object.str(), "{}\n");
+
+    std::ostringstream array;
+    JsonWriter arrayWriter(array);
+    arrayWriter.beginArray();
+    arrayWriter.endArray();
+    EXPECT_EQ(array.str(), "[]\n");
+}

@@ -1,0 +1,181 @@
+#include "HostError.h"
+#include "HostedPlugin.h"
+#include "ParameterSetting.h"
+#include "TestModules.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace
+{
+// The bisection pins each edge of a displayed value's stretch to 2^-32 and
+// the effect stores a float: 1e-6 covers both with room, and is still ten
+// times finer than any display step tested here (the finest is Gain's 0.1 dB
+// over 48 dB, 0.0021 normalised).
+constexpr float normalisedTolerance = 1e-6f;
+
+float applied(HostedPlugin& plugin, const std::string& text, bool normalised = false)
+{
+    return ParameterSetting::parse(text, normalised).applyTo(plugin);
+}
+
+std::string errorOf(HostedPlugin& plugin, const std::string& text, bool normalised = false)
+{
+    try
+    {
+        applied(plugin, text, normalised);
+    }
+    catch (const HostError& error)
+    {
+        return error.what();
+    }
+    return "no error";
+}
+}
+
+TEST(ParameterSettingParse, SplitsAtTheLastEqualsSignAndTrims)
+{
+    const ParameterSetting spaced = ParameterSetting::parse("  In gain = 6 ", false);
+    EXPECT_EQ(spaced.getName(), "In gain");
+    EXPECT_EQ(spaced.getValueText(), "6");
+    const ParameterSetting twoSigns = ParameterSetting::parse("a=b=-1.5", false);
+    EXPECT_EQ(twoSigns.getName(), "a=b");
+    EXPECT_EQ(twoSigns.getValueText(), "-1.5");
+}
+
+TEST(ParameterSettingParse, RefusesTextWithoutNameOrValue)
+{
+    EXPECT_THROW(ParameterSetting::parse("In gain 6", false), HostError);
+    EXPECT_THROW(ParameterSetting::parse("=6", false), HostError);
+    EXPECT_THROW(ParameterSetting::parse("In gain=", false), HostError);
+    EXPECT_THROW(ParameterSetting::parse(" = ", true), HostError);
+}
+
+TEST(ParameterSettingDisplay, ReadsTheLeadingNumberOfADisplay)
+{
+    EXPECT_EQ(ParameterSetting::displayedNumber("+6.0"), 6.0);
+    EXPECT_EQ(ParameterSetting::displayedNumber(" 2"), 2.0);
+    EXPECT_EQ(ParameterSetting::displayedNumber("-1.00 dB"), -1.0);
+    EXPECT_EQ(ParameterSetting::displayedNumber("0.0010"), 0.001);
+    EXPECT_EQ(ParameterSetting::displayedNumber("-inf"), -std::numeric_limits<double>::infinity());
+    EXPECT_FALSE(ParameterSetting::displayedNumber("Off").has_value());
+    EXPECT_FALSE(ParameterSetting::displayedNumber("").has_value());
+}
+
+// The probe's parameters are linear: units = minimum + normalised * span, so
+// the normalised value a unit value needs is known exactly.
+TEST(ParameterSettingUnits, LinearDisplayGivesTheExactNormalisedValue)
+{
+    HostedPlugin probe(TestModules::delayProbe);
+    // Gain: -24..+24 dB.
+    EXPECT_NEAR(applied(probe, "Gain=6"), (6.0f + 24.0f) / 48.0f, normalisedTolerance);
+    EXPECT_EQ(probe.module().parameterDisplay(0), "+6.0");
+    EXPECT_NEAR(applied(probe, "gain=-13.5"), (-13.5f + 24.0f) / 48.0f, normalisedTolerance);
+    // Between two displayed steps (6.0 and 6.1) the value is interpolated.
+    EXPECT_NEAR(applied(probe, "Gain=6.03"), (6.03f + 24.0f) / 48.0f, normalisedTolerance);
+    // Steps: 0..3 shown as integers; "2" covers 1.5..2.5, whose middle is 2.
+    EXPECT_NEAR(applied(probe, "Steps=2"), 2.0f / 3.0f, normalisedTolerance);
+}
+
+TEST(ParameterSettingUnits, EndsOfTheRangeAreReachedExactly)
+{
+    HostedPlugin probe(TestModules::delayProbe);
+    EXPECT_EQ(applied(probe, "Gain=24"), 1.0f);
+    EXPECT_EQ(applied(probe, "Gain=-24"), 0.0f);
+    EXPECT_EQ(applied(probe, "Steps=3"), 1.0f);
+}
+
+TEST(ParameterSettingUnits, FallingDisplayIsFollowedDownwards)
+{
+    HostedPlugin probe(TestModules::delayProbe);
+    // Trim shows 0 at normalised 0 and -40 at 1.
+    EXPECT_NEAR(applied(probe, "Trim=-10"), 0.25f, normalisedTolerance);
+    EXPECT_EQ(probe.module().parameterDisplay(3), "-10.00");
+    EXPECT_EQ(applied(probe, "Trim=-40"), 1.0f);
+    EXPECT_EQ(applied(probe, "Trim=0"), 0.0f);
+}
+
+// Level shows 20 log10(normalised). The middle of the stretch showing -6.0,
+// 10^(-6.05/20)..10^(-5.95/20), lies above 10^(-6/20) by
+// x (cosh(0.05 ln10 / 20) - 1) = 8.3e-6 for x = 0.5: 1e-5 allows for it.
+TEST(ParameterSettingUnits, CurvedDisplayIsFollowed)
+{
+    HostedPlugin probe(TestModules::delayProbe);
+    EXPECT_NEAR(applied(probe, "Level=-6"), std::pow(10.0, -6.0 / 20.0), 1e-5);
+    EXPECT_EQ(probe.module().parameterDisplay(5), "-6.0");
+    EXPECT_NEAR(applied(probe, "Level=-60"), 1e-3, 1e-7);
+}
+
+// Below -120 dB Level shows -inf: a value down there takes the lowest
+// finite display instead of an interpolation with infinity.
+TEST(ParameterSettingUnits, MinusInfinityAtTheBottomIsNotInterpolated)
+{
+    HostedPlugin probe(TestModules::delayProbe);
+    const float value = applied(probe, "Level=-150");
+    EXPECT_TRUE(std::isfinite(value));
+    EXPECT_EQ(probe.module().parameterDisplay(5), "-120.0");
+    EXPECT_EQ(applied(probe, "Level=-inf"), 0.0f);
+}
+
+TEST(ParameterSettingUnits, EffectsOwnTextParserIsUsedWhenItAgreesWithTheDisplay)
+{
+    HostedPlugin probe(TestModules::delayProbe);
+    EXPECT_NEAR(applied(probe, "Delay=777"), 777.0f / 2000.0f, normalisedTolerance);
+    EXPECT_EQ(probe.module().parameterDisplay(1), "777");
+}
+
+TEST(ParameterSettingNormalised, ValuesBetweenZeroAndOneAreSetAsGiven)
+{
+    HostedPlugin probe(TestModules::delayProbe);
+    EXPECT_EQ(applied(probe, "Gain=0.75", true), 0.75f);
+    EXPECT_EQ(probe.module().getParameter(0), 0.75f);
+    EXPECT_EQ(applied(probe, "Mode=1", true), 1.0f);
+    EXPECT_EQ(probe.module().parameterDisplay(4), "On");
+}
+
+TEST(ParameterSettingErrors, EachBadRequestNamesItsReason)
+{
+    HostedPlugin probe(TestModules::delayProbe);
+    EXPECT_NE(errorOf(probe, "Volume=3").find("unknown parameter 'Volume'"), std::string::npos);
+    EXPECT_NE(errorOf(probe, "Volume=3").find("Gain, Delay, Steps, Trim, Mode, Level"), std::string::npos);
+    EXPECT_NE(errorOf(probe, "Gain=loud").find("is not a number"), std::string::npos);
+    EXPECT_NE(errorOf(probe, "Gain=24.1").find("out of range"), std::string::npos);
+    EXPECT_NE(errorOf(probe, "Gain=-24.1").find("goes from -24.0 to +24.0 dB"), std::string::npos);
+    EXPECT_NE(errorOf(probe, "Trim=1").find("goes from -40.00 to 0.00 dB"), std::string::npos);
+    EXPECT_NE(errorOf(probe, "Gain=1.01", true).find("out of range"), std::string::npos);
+    EXPECT_NE(errorOf(probe, "Gain=-0.01", true).find("out of range"), std::string::npos);
+    EXPECT_NE(errorOf(probe, "Gain=nan", true).find("is not a number"), std::string::npos);
+    EXPECT_NE(errorOf(probe, "Mode=1").find("use --set-norm"), std::string::npos);
+}
+
+TEST(ProgramSelection, ByNameIgnoringCaseOrByIndex)
+{
+    HostedPlugin probe(TestModules::delayProbe);
+    EXPECT_EQ(probe.selectProgram("quiet -6 DB"), 1);
+    EXPECT_EQ(probe.module().parameterDisplay(0), "-6.0");
+    EXPECT_EQ(probe.selectProgram("2"), 2);
+    EXPECT_EQ(probe.module().programName(), "Loud +6 dB");
+    EXPECT_THROW(probe.selectProgram("3"), HostError);
+    EXPECT_THROW(probe.selectProgram("Nonexistent"), HostError);
+    EXPECT_EQ(probe.module().program(), 2);
+}
+
+// Our limiter's parameters are linear between a minimum and a maximum; the
+// expected normalised values follow from those.
+TEST(ParameterSettingOurs, UnitsOfOurLimiterMapOntoItsRanges)
+{
+    SKIP_WITHOUT_MODULE(TestModules::ours);
+    HostedPlugin ours(TestModules::ours);
+    EXPECT_NEAR(applied(ours, "In gain=6"), (6.0f + 20.0f) / 40.0f, normalisedTolerance);
+    EXPECT_EQ(ours.module().parameterDisplay(0), "+6.0");
+    EXPECT_NEAR(applied(ours, "Outceil=-1"), 0.9f, normalisedTolerance);
+    EXPECT_EQ(applied(ours, "ISP=1"), 1.0f);
+    EXPECT_NEAR(applied(ours, "Lookahd=0.002"), 2.0f / 3.0f, normalisedTolerance);
+    // NumBits 2 is a step: its stretch runs from 1.5 to 2.5 in units.
+    EXPECT_NEAR(applied(ours, "NumBits=2"), 2.0f / 3.0f, normalisedTolerance);
+    EXPECT_NE(errorOf(ours, "Outceil=0.5").find("out of range"), std::string::npos);
+    EXPECT_EQ(ours.selectProgram("EBU R128 -1 dBTP"), 3);
+    EXPECT_EQ(ours.module().parameterDisplay(5), "-1.0");
+}

@@ -1,0 +1,335 @@
+#include "HostError.h"
+#include "Renderer.h"
+#include "ScratchDirectory.h"
+#include "TestAudio.h"
+#include "TestModules.h"
+
+#include <gtest/gtest.h>
+#include <sndfile.h>
+
+#include <cmath>
+
+namespace
+{
+constexpr int floatWav = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+
+RenderSettings probeSettings(const ScratchDirectory& scratch, int delay)
+{
+    RenderSettings settings;
+    settings.inputPath = scratch.path("in.wav");
+    settings.outputPath = scratch.path("out.wav");
+    settings.pluginPath = TestModules::delayProbe;
+    settings.unitSettings.push_back("Delay=" + std::to_string(delay));
+    return settings;
+}
+
+// The frame offset at which `output` matches `input` best (least squared
+// difference), searched over -range..range; positive when the output lags.
+int bestLag(const TestAudio& input, const TestAudio& output, int range)
+{
+    int best = 0;
+    double bestError = INFINITY;
+    for (int lag = -range; lag <= range; ++lag)
+    {
+        double error = 0.0;
+        for (size_t frame = static_cast<size_t>(range); frame + static_cast<size_t>(range) < input.frames(); ++frame)
+        {
+            for (int channel = 0; channel < input.channels; ++channel)
+            {
+                const double difference =
+                    output.at(frame + static_cast<size_t>(lag), channel) - input.at(frame, channel);
+                error += difference * difference;
+            }
+        }
+        if (error < bestError)
+        {
+            bestError = error;
+            best = lag;
+        }
+    }
+    return best;
+}
+}
+
+// The probe delays by exactly its latency and passes samples through at
+// 0 dB, so with compensation the output must equal the input bit for bit,
+// whatever the relation between latency and block size.
+TEST(RendererAlignment, OutputEqualsInputSampleForSample)
+{
+    const struct
+    {
+        int delay;
+        int block;
+    } cases[] = {{777, 512}, {777, 1}, {777, 4096}, {512, 512}, {0, 300}, {2000, 64}};
+    for (const auto& c : cases)
+    {
+        ScratchDirectory scratch;
+        const TestAudio input = TestAudio::noise(2, 44100, 10007, 0.9f, floatWav);
+        input.write(scratch.path("in.wav"));
+        RenderSettings settings = probeSettings(scratch, c.delay);
+        settings.blockFrames = c.block;
+        const RenderReport report = Renderer(settings).run(nullptr);
+        EXPECT_EQ(report.latencyFrames, c.delay);
+        const TestAudio output = TestAudio::read(scratch.path("out.wav"));
+        ASSERT_EQ(output.frames(), input.frames()) << "delay " << c.delay << ", block " << c.block;
+        EXPECT_EQ(output.samples, input.samples) << "delay " << c.delay << ", block " << c.block;
+    }
+}
+
+TEST(RendererAlignment, KeptLatencyDelaysTheWholeInputAndFlushesItsTail)
+{
+    ScratchDirectory scratch;
+    const TestAudio input = TestAudio::noise(2, 48000, 5000, 0.5f, floatWav);
+    input.write(scratch.path("in.wav"));
+    RenderSettings settings = probeSettings(scratch, 300);
+    settings.keepLatency = true;
+    const RenderReport report = Renderer(settings).run(nullptr);
+    EXPECT_FALSE(report.latencyCompensated);
+    const TestAudio output = TestAudio::read(scratch.path("out.wav"));
+    ASSERT_EQ(output.frames(), input.frames() + 300);
+    for (size_t frame = 0; frame < 300; ++frame)
+    {
+        ASSERT_EQ(output.at(frame, 0), 0.0f);
+        ASSERT_EQ(output.at(frame, 1), 0.0f);
+    }
+    const std::vector<float> tail(output.samples.begin() + 600, output.samples.end());
+    EXPECT_EQ(tail, input.samples);
+}
+
+TEST(RendererShape, LengthRateChannelsAndSampleTypeFollowTheInput)
+{
+    ScratchDirectory scratch;
+    const TestAudio input = TestAudio::noise(2, 22050, 3333, 0.5f, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+    input.write(scratch.path("in.wav"));
+    const RenderReport report = Renderer(probeSettings(scratch, 100)).run(nullptr);
+    const TestAudio output = TestAudio::read(scratch.path("out.wav"));
+    EXPECT_EQ(output.frames(), 3333u);
+    EXPECT_EQ(output.sampleRate, 22050);
+    EXPECT_EQ(output.channels, 2);
+    EXPECT_EQ(output.format, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+    // 16-bit samples pass the float path and come back as the same integers.
+    EXPECT_EQ(output.samples, TestAudio::read(scratch.path("in.wav")).samples);
+    EXPECT_EQ(report.input.frames, 3333);
+    EXPECT_EQ(report.output.frames, 3333);
+    EXPECT_EQ(report.output.sampleRate, 22050);
+}
+
+TEST(RendererShape, BitsOptionChangesOnlyTheSampleType)
+{
+    ScratchDirectory scratch;
+    TestAudio::noise(2, 48000, 1000, 0.5f, floatWav).write(scratch.path("in.wav"));
+    RenderSettings settings = probeSettings(scratch, 10);
+    settings.bits = "24";
+    Renderer(settings).run(nullptr);
+    EXPECT_EQ(TestAudio::read(scratch.path("out.wav")).format, SF_FORMAT_WAV | SF_FORMAT_PCM_24);
+}
+
+TEST(RendererMono, MonoFeedsBothInputsAndIsWrittenStereoUnlessAsked)
+{
+    ScratchDirectory scratch;
+    const TestAudio input = TestAudio::noise(1, 48000, 2000, 0.5f, floatWav);
+    input.write(scratch.path("in.wav"));
+    Renderer(probeSettings(scratch, 50)).run(nullptr);
+    const TestAudio stereo = TestAudio::read(scratch.path("out.wav"));
+    ASSERT_EQ(stereo.channels, 2);
+    ASSERT_EQ(stereo.frames(), 2000u);
+    for (size_t frame = 0; frame < stereo.frames(); ++frame)
+    {
+        ASSERT_EQ(stereo.at(frame, 0), input.samples[frame]);
+        ASSERT_EQ(stereo.at(frame, 1), input.samples[frame]);
+    }
+
+    RenderSettings settings = probeSettings(scratch, 50);
+    settings.outputPath = scratch.path("mono.wav");
+    settings.monoOutput = true;
+    Renderer(settings).run(nullptr);
+    const TestAudio mono = TestAudio::read(scratch.path("mono.wav"));
+    EXPECT_EQ(mono.channels, 1);
+    // The mean of two equal floats is that float exactly.
+    EXPECT_EQ(mono.samples, input.samples);
+}
+
+TEST(RendererProgram, ProgramThenSettingsAreApplied)
+{
+    ScratchDirectory scratch;
+    const TestAudio input = TestAudio::noise(2, 48000, 1000, 0.5f, floatWav);
+    input.write(scratch.path("in.wav"));
+    RenderSettings settings = probeSettings(scratch, 20);
+    settings.program = "Quiet -6 dB";
+    settings.unitSettings.push_back("Trim=-3");
+    const RenderReport report = Renderer(settings).run(nullptr);
+    EXPECT_EQ(report.program, "Quiet -6 dB");
+    ASSERT_EQ(report.settings.size(), 2u);
+    EXPECT_EQ(report.settings[1].name, "Trim");
+    EXPECT_EQ(report.settings[1].display, "-3.00 dB");
+    // -6 dB from the program and -3 dB of trim: a float gain of 10^(-9/20),
+    // applied to float samples, so a relative error of a float's 6e-8.
+    const float gain = static_cast<float>(std::pow(10.0, -9.0 / 20.0));
+    const TestAudio output = TestAudio::read(scratch.path("out.wav"));
+    for (size_t i : {size_t{0}, size_t{1}, size_t{777}, size_t{1999}})
+    {
+        EXPECT_NEAR(output.samples[i], gain * input.samples[i], 1e-7f) << "sample " << i;
+    }
+}
+
+TEST(RendererReport, LoudnessFiguresOfInputAndOutput)
+{
+    ScratchDirectory scratch;
+    TestAudio::sines(2, 48000, 48000 * 4, {{997.0, 0.5}}, floatWav).write(scratch.path("in.wav"));
+    RenderSettings settings = probeSettings(scratch, 100);
+    settings.program = "Loud +6 dB";
+    const RenderReport report = Renderer(settings).run(nullptr);
+    // A 997 Hz sine of amplitude 0.5 in both channels reads 20 log10(0.5)
+    // LUFS within the meter's 0.05; the probe adds exactly 6 dB.
+    EXPECT_NEAR(report.input.loudness.integratedLufs, 20.0 * std::log10(0.5), 0.05);
+    EXPECT_NEAR(report.output.loudness.integratedLufs - report.input.loudness.integratedLufs, 6.0, 0.01);
+    ASSERT_EQ(report.output.loudness.truePeakDbtp.size(), 2u);
+    EXPECT_NEAR(report.output.loudness.samplePeakDbfs[1], 20.0 * std::log10(0.5) + 6.0, 0.02);
+    // Not our limiter: no reduction figure, no ceiling, no warning.
+    EXPECT_TRUE(report.maxGainReductionDb.empty());
+    EXPECT_FALSE(report.ceilingDb.has_value());
+    EXPECT_TRUE(report.warnings.empty());
+}
+
+TEST(RendererReport, CeilingGivenByHandWarnsOfAnOvershoot)
+{
+    ScratchDirectory scratch;
+    TestAudio::sines(2, 48000, 48000, {{997.0, 0.5}}, floatWav).write(scratch.path("in.wav"));
+    RenderSettings settings = probeSettings(scratch, 0);
+    settings.ceilingDb = -10.0;
+    const RenderReport report = Renderer(settings).run(nullptr);
+    EXPECT_TRUE(report.truePeakAboveCeiling());
+    ASSERT_EQ(report.warnings.size(), 1u);
+    EXPECT_NE(report.warnings[0].find("above the ceiling of -10.00 dB"), std::string::npos);
+    settings.ceilingDb = 0.0;
+    EXPECT_FALSE(Renderer(settings).run(nullptr).truePeakAboveCeiling());
+}
+
+TEST(RendererErrors, RefusedBeforeAnythingIsWritten)
+{
+    ScratchDirectory scratch;
+    TestAudio::noise(2, 48000, 100, 0.5f, floatWav).write(scratch.path("in.wav"));
+    TestAudio::noise(1, 48000, 100, 0.5f, floatWav).write(scratch.path("mono.wav"));
+    TestAudio surround = TestAudio::noise(3, 48000, 100, 0.5f, floatWav);
+    surround.write(scratch.path("three.wav"));
+    const auto failure = [&](RenderSettings settings) -> std::string
+    {
+        try
+        {
+            Renderer(settings).run(nullptr);
+        }
+        catch (const HostError& error)
+        {
+            return error.what();
+        }
+        return "no error";
+    };
+    RenderSettings settings = probeSettings(scratch, 10);
+    settings.outputPath = settings.inputPath;
+    EXPECT_NE(failure(settings).find("is the input file"), std::string::npos);
+    settings.outputPath = scratch.root() + "/./in.wav";
+    EXPECT_NE(failure(settings).find("is the input file"), std::string::npos);
+    settings.outputPath = scratch.root();
+    EXPECT_NE(failure(settings).find("is a directory"), std::string::npos);
+    settings = probeSettings(scratch, 10);
+    settings.inputPath = scratch.path("three.wav");
+    EXPECT_NE(failure(settings).find("3 channels; palisorne renders mono and stereo files only"), std::string::npos);
+    settings = probeSettings(scratch, 10);
+    settings.monoOutput = true;
+    EXPECT_NE(failure(settings).find("--mono applies to mono input only"), std::string::npos);
+    settings = probeSettings(scratch, 10);
+    settings.blockFrames = 0;
+    EXPECT_NE(failure(settings).find("--block"), std::string::npos);
+    settings = probeSettings(scratch, 10);
+    settings.program = "Loudest";
+    EXPECT_NE(failure(settings).find("unknown program 'Loudest'"), std::string::npos);
+    settings = probeSettings(scratch, 2001);
+    EXPECT_NE(failure(settings).find("out of range"), std::string::npos);
+    EXPECT_EQ(scratch.entries(), (std::vector<std::string>{"in.wav", "mono.wav", "three.wav"}));
+}
+
+// Our limiter with input gain 0, no saturation, no word-length reduction and
+// the ceiling at 0 dBFS leaves a -10 dBFS signal alone except for its 1 Hz
+// high-pass: at 1 kHz and above its phase shift is at most 1/1000 rad, so the
+// output differs from the input by at most 1e-3 of each partial's amplitude,
+// 3e-4 in all here. Misaligned by one sample at 48 kHz, the 1 kHz partial
+// alone would differ by up to 2 sin(pi 1000/48000) * 0.1 = 0.013.
+TEST(RendererOurs, LatencyCompensationLinesUpAnUntouchedSignal)
+{
+    SKIP_WITHOUT_MODULE(TestModules::ours);
+    ScratchDirectory scratch;
+    const TestAudio input =
+        TestAudio::sines(2, 48000, 48000 * 2, {{1000.0, 0.1}, {2500.0, 0.1}, {5300.0, 0.1}}, floatWav);
+    input.write(scratch.path("in.wav"));
+    RenderSettings settings;
+    settings.inputPath = scratch.path("in.wav");
+    settings.outputPath = scratch.path("out.wav");
+    settings.pluginPath = TestModules::ours;
+    settings.unitSettings = {"In gain=0", "Saturate=0", "NumBits=0", "Outceil=0"};
+    const RenderReport report = Renderer(settings).run(nullptr);
+    EXPECT_EQ(report.latencyFrames, 1535);
+    const TestAudio output = TestAudio::read(scratch.path("out.wav"));
+    ASSERT_EQ(output.frames(), input.frames());
+    EXPECT_EQ(bestLag(input, output, 8), 0);
+    double largest = 0.0;
+    // The first 50 ms hold the high-pass's settling and are left out.
+    for (size_t frame = 2400; frame < input.frames(); ++frame)
+    {
+        for (int channel = 0; channel < 2; ++channel)
+        {
+            largest =
+                std::max(largest, std::fabs(static_cast<double>(output.at(frame, channel) - input.at(frame, channel))));
+        }
+    }
+    EXPECT_LT(largest, 1e-3);
+    ASSERT_EQ(report.maxGainReductionDb.size(), 2u);
+    EXPECT_LT(report.maxGainReductionDb[0], 0.01);
+}
+
+// A 997 Hz sine at -6 dBFS raised by 12 dB must come out at the -1 dB
+// ceiling: the limiter takes 6 dB + 1 dB = 7 dB off its peaks.
+TEST(RendererOurs, LimitingHoldsTheCeilingAndReportsTheReduction)
+{
+    SKIP_WITHOUT_MODULE(TestModules::ours);
+    ScratchDirectory scratch;
+    TestAudio::sines(2, 48000, 48000 * 3, {{997.0, 0.5}}, floatWav).write(scratch.path("in.wav"));
+    RenderSettings settings;
+    settings.inputPath = scratch.path("in.wav");
+    settings.outputPath = scratch.path("out.wav");
+    settings.pluginPath = TestModules::ours;
+    settings.program = "EBU R128 -1 dBTP";
+    settings.unitSettings = {"In gain=12"};
+    const RenderReport report = Renderer(settings).run(nullptr);
+    ASSERT_TRUE(report.ceilingDb.has_value());
+    EXPECT_EQ(*report.ceilingDb, -1.0);
+    // 24-bit word length with dither adds at most a few LSB (2^-23): far
+    // below the 0.01 dB allowed for the sample peak.
+    for (double peak : report.output.loudness.samplePeakDbfs)
+    {
+        EXPECT_LE(peak, -1.0 + 0.01);
+    }
+    ASSERT_EQ(report.maxGainReductionDb.size(), 2u);
+    for (double reduction : report.maxGainReductionDb)
+    {
+        EXPECT_NEAR(reduction, 7.0, 0.3);
+    }
+}
+
+TEST(RendererOurs, RateOutsideTheLimitersRangeIsRenderedAtTheFilesRateWithAWarning)
+{
+    SKIP_WITHOUT_MODULE(TestModules::ours);
+    ScratchDirectory scratch;
+    TestAudio::noise(2, 16000, 16000, 0.1f, floatWav).write(scratch.path("in.wav"));
+    RenderSettings settings;
+    settings.inputPath = scratch.path("in.wav");
+    settings.outputPath = scratch.path("out.wav");
+    settings.pluginPath = TestModules::ours;
+    const RenderReport report = Renderer(settings).run(nullptr);
+    ASSERT_EQ(report.warnings.size(), 1u);
+    EXPECT_NE(report.warnings[0].find("16000 Hz lies outside the 22050..192000 Hz"), std::string::npos)
+        << report.warnings[0];
+    EXPECT_NE(report.warnings[0].find("set for 22050 Hz"), std::string::npos) << report.warnings[0];
+    const TestAudio output = TestAudio::read(scratch.path("out.wav"));
+    EXPECT_EQ(output.sampleRate, 16000);
+    EXPECT_EQ(output.frames(), 16000u);
+}

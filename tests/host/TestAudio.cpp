@@ -1,0 +1,80 @@
+#include "TestAudio.h"
+
+#include <sndfile.h>
+
+#include <cmath>
+#include <stdexcept>
+
+TestAudio TestAudio::read(const std::string& path)
+{
+    SF_INFO info = {};
+    SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
+    if (file == nullptr)
+    {
+        throw std::runtime_error("cannot read " + path + ": " + sf_strerror(nullptr));
+    }
+    TestAudio audio;
+    audio.channels = info.channels;
+    audio.sampleRate = info.samplerate;
+    audio.format = info.format;
+    audio.samples.resize(static_cast<size_t>(info.frames) * static_cast<size_t>(info.channels));
+    sf_readf_float(file, audio.samples.data(), info.frames);
+    sf_close(file);
+    return audio;
+}
+
+void TestAudio::write(const std::string& path) const
+{
+    SF_INFO info = {};
+    info.channels = channels;
+    info.samplerate = sampleRate;
+    info.format = format;
+    SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
+    if (file == nullptr)
+    {
+        throw std::runtime_error("cannot write " + path + ": " + sf_strerror(nullptr));
+    }
+    sf_writef_float(file, samples.data(), static_cast<sf_count_t>(frames()));
+    sf_close(file);
+}
+
+TestAudio TestAudio::noise(int channels, int sampleRate, size_t frames, float level, int format)
+{
+    TestAudio audio;
+    audio.channels = channels;
+    audio.sampleRate = sampleRate;
+    audio.format = format;
+    audio.samples.resize(frames * static_cast<size_t>(channels));
+    unsigned state = 12345u;
+    for (float& sample : audio.samples)
+    {
+        state = state * 1103515245u + 12345u;
+        sample = level * (static_cast<float>(state >> 8) / 8388608.0f - 1.0f);
+    }
+    return audio;
+}
+
+TestAudio TestAudio::sines(int channels, int sampleRate, size_t frames,
+                           const std::vector<std::pair<double, double>>& partials, int format)
+{
+    TestAudio audio;
+    audio.channels = channels;
+    audio.sampleRate = sampleRate;
+    audio.format = format;
+    audio.samples.resize(frames * static_cast<size_t>(channels));
+    const double twoPi = 6.283185307179586;
+    for (size_t frame = 0; frame < frames; ++frame)
+    {
+        double sum = 0.0;
+        for (const auto& partial : partials)
+        {
+            sum += partial.second * std::sin(twoPi * partial.first * static_cast<double>(frame) / sampleRate);
+        }
+        for (int channel = 0; channel < channels; ++channel)
+        {
+            audio.samples[frame * static_cast<size_t>(channels) + static_cast<size_t>(channel)] =
+                static_cast<float>(sum);
+        }
+    }
+    return audio;
+}

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <string>
+#include <sys/stat.h>
+
+// Module paths the tests load. Third-party limiters come from Debian's
+// lsp-plugins-vst and zam-plugins packages.
+namespace TestModules
+{
+constexpr const char* delayProbe = DELAY_PROBE_MODULE;
+constexpr const char* noEffect = NO_EFFECT_MODULE;
+constexpr const char* notAPlugin = NOT_A_PLUGIN_MODULE;
+constexpr const char* lspLimiter = "/usr/lib/vst/lsp-plugins/limiter-stereo.so";
+constexpr const char* zamMaximizer = "/usr/lib/vst/ZaMaximX2-vst.so";
+
+#ifdef OUR_MODULE
+constexpr const char* ours = OUR_MODULE;
+#else
+constexpr const char* ours = "";
+#endif
+
+inline bool exists(const std::string& path)
+{
+    struct stat status;
+    return !path.empty() && ::stat(path.c_str(), &status) == 0;
+}
+}
+
+// Skips the calling test when a module is not there, saying which.
+#define SKIP_WITHOUT_MODULE(path)                                                                                      \
+    do                                                                                                                 \
+    {                                                                                                                  \
+        if (!TestModules::exists(path))                                                                                \
+        {                                                                                                              \
+            GTEST_SKIP() << "module not available: "                                                                   \
+                         << (std::string(path).empty() ? "KW_Palisorne (not built)" : path);                           \
+        }                                                                                                              \
+    } while (false)
