@@ -12,4 +12,3 @@ struct CFontDesc
 constexpr CFontDesc kNormalFontVeryBig = {"DejaVu Sans", 18.0, true};
 constexpr CFontDesc kNormalFontSmall = {"DejaVu Sans", 11.0, false};
 constexpr CFontDesc kNormalFontSmaller = {"DejaVu Sans", 10.0, false};
-constexpr CFontDesc kNormalFontVerySmall = {"DejaVu Sans", 9.0, false};

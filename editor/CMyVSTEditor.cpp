@@ -111,8 +111,7 @@ bool CMyVSTEditor::open(void* parentWindow)
     cframe = newFrame;
     backgroundView = &newFrame->getBackgroundView();
 
-    const CRect labelRect = {0, height - 18, width - 10, height};
-    versionLabel = new (std::nothrow) CTextLabel(newFrame->getContainer(), labelRect, "");
+    versionLabel = new (std::nothrow) CTextLabel(newFrame->getContainer(), EditorLayout::versionLabel, "");
     if (versionLabel)
     {
         versionLabel->setFontColor({200, 200, 200, 255});
