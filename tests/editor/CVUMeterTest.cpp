@@ -1,31 +1,14 @@
-#include "CFrame.h"
 #include "CVUMeter.h"
-#include "TestDesktop.h"
-
-#include <gtest/gtest.h>
+#include "EditorTest.h"
 
 #include <cmath>
 #include <limits>
-#include <memory>
 
 namespace
 {
-class VUMeterTest : public ::testing::Test
+class VUMeterTest : public FrameTest
 {
 protected:
-    void SetUp() override
-    {
-        desktop.reset(new TestDesktop(506, 427));
-        ASSERT_TRUE(desktop->isConnected());
-        frame.reset(new CFrame(reinterpret_cast<uintptr_t>(desktop->getParentHandle()), 506, 427, nullptr));
-    }
-
-    void TearDown() override
-    {
-        frame.reset();
-        desktop.reset();
-    }
-
     CVUMeter* makeMeter(float minimum, float maximum)
     {
         auto* meter = new CVUMeter(frame->getContainer(), {385, 48, 417, 238}, minimum, maximum);
@@ -42,9 +25,6 @@ protected:
         meter->setUpperClamp(0.0f);
         return meter;
     }
-
-    std::unique_ptr<TestDesktop> desktop;
-    std::unique_ptr<CFrame> frame;
 };
 
 const float infinity = std::numeric_limits<float>::infinity();

@@ -1,37 +1,19 @@
 #include "CBitmap.h"
-#include "CFrame.h"
 #include "CMyAnimKnob.h"
 #include "CMyOptionMenu.h"
 #include "COnOffButton.h"
+#include "EditorTest.h"
 #include "RecordingListener.h"
-#include "TestDesktop.h"
-
-#include <gtest/gtest.h>
 
 #include <cmath>
-#include <memory>
 
 namespace
 {
 using Kinds = std::vector<std::string>;
 
-// Controls need a window to live in: a frame in a parent on the test server.
-class ControlsTest : public ::testing::Test
+class ControlsTest : public FrameTest
 {
 protected:
-    void SetUp() override
-    {
-        desktop.reset(new TestDesktop(506, 427));
-        ASSERT_TRUE(desktop->isConnected());
-        frame.reset(new CFrame(reinterpret_cast<uintptr_t>(desktop->getParentHandle()), 506, 427, nullptr));
-    }
-
-    void TearDown() override
-    {
-        frame.reset();
-        desktop.reset();
-    }
-
     CMyAnimKnob* makeKnob(CControlListener* owner)
     {
         auto strip = std::make_shared<const CBitmap>("knob.png");
@@ -52,8 +34,6 @@ protected:
         return menu;
     }
 
-    std::unique_ptr<TestDesktop> desktop;
-    std::unique_ptr<CFrame> frame;
     RecordingListener listener;
 };
 }

@@ -1,6 +1,7 @@
 #include "AudioFileFormat.h"
 #include "AudioFileReader.h"
 #include "AudioFileWriter.h"
+#include "ErrorMessage.h"
 #include "HostError.h"
 #include "ScratchDirectory.h"
 #include "TestAudio.h"
@@ -47,10 +48,7 @@ TEST(AudioFileWriter, CommitReplacesTheTargetAndLeavesNothingElse)
         EXPECT_EQ(writer.getTemporaryPath().rfind(scratch.root() + "/.out.wav.", 0), 0u);
         writer.write(frames.data(), 2);
         // Until the commit the target keeps its old contents.
-        std::ifstream old(target);
-        std::string contents;
-        std::getline(old, contents);
-        EXPECT_EQ(contents, "old contents");
+        EXPECT_EQ(ScratchDirectory::contentsOf(target), "old contents");
         writer.commit();
     }
     EXPECT_EQ(scratch.entries(), std::vector<std::string>{"out.wav"});
@@ -73,10 +71,7 @@ TEST(AudioFileWriter, WithoutCommitNothingAppearsAndNothingIsHarmed)
         replacing.write(frames.data(), frames.size());
     }
     EXPECT_EQ(scratch.entries(), std::vector<std::string>{"existing.wav"});
-    std::ifstream kept(existing);
-    std::string contents;
-    std::getline(kept, contents);
-    EXPECT_EQ(contents, "keep me");
+    EXPECT_EQ(ScratchDirectory::contentsOf(existing), "keep me");
 }
 
 TEST(AudioFileWriter, IntegerFormatsClipInsteadOfWrappingAround)
@@ -103,8 +98,8 @@ TEST(AudioFileWriter, MissingDirectoryIsAnError)
 TEST(AudioFileReader, ReadsShapeAndSamples)
 {
     ScratchDirectory scratch;
-    const TestAudio noise = TestAudio::noise(2, 32000, 1000, 0.5f, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
-    noise.write(scratch.path("noise.wav"));
+    const TestAudio noise =
+        TestAudio::noise(2, 32000, 1000, 0.5f, SF_FORMAT_WAV | SF_FORMAT_FLOAT).write(scratch.path("noise.wav"));
     AudioFileReader reader(scratch.path("noise.wav"));
     EXPECT_EQ(reader.getChannels(), 2);
     EXPECT_EQ(reader.getSampleRate(), 32000);
@@ -120,17 +115,9 @@ TEST(AudioFileReader, RefusesWhatIsNotReadableAudio)
 {
     ScratchDirectory scratch;
     std::ofstream(scratch.path("text.wav")) << "this is not a RIFF file, just text";
-    const auto messageFor = [](const std::string& path) -> std::string
+    const auto messageFor = [](const std::string& path)
     {
-        try
-        {
-            AudioFileReader reader(path);
-        }
-        catch (const HostError& error)
-        {
-            return error.what();
-        }
-        return "no error";
+        return errorMessageOf([&] { AudioFileReader reader(path); });
     };
     EXPECT_NE(messageFor(scratch.path("missing.wav")).find("No such file or directory"), std::string::npos);
     EXPECT_NE(messageFor(scratch.root()).find("is a directory"), std::string::npos);

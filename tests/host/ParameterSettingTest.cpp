@@ -1,4 +1,4 @@
-#include "HostError.h"
+#include "ErrorMessage.h"
 #include "HostedPlugin.h"
 #include "ParameterSetting.h"
 #include "TestModules.h"
@@ -23,15 +23,7 @@ float applied(HostedPlugin& plugin, const std::string& text, bool normalised = f
 
 std::string errorOf(HostedPlugin& plugin, const std::string& text, bool normalised = false)
 {
-    try
-    {
-        applied(plugin, text, normalised);
-    }
-    catch (const HostError& error)
-    {
-        return error.what();
-    }
-    return "no error";
+    return errorMessageOf([&] { applied(plugin, text, normalised); });
 }
 }
 

@@ -1,26 +1,14 @@
 #include "ProcessRun.h"
+#include "ScratchDirectory.h"
 
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
 #include <unistd.h>
 
 extern char** environ;
-
-namespace
-{
-std::string contentsOf(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    std::stringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-}
 
 ProcessRun ProcessRun::run(const std::vector<std::string>& argv, const std::string& scratchDirectory)
 {
@@ -48,8 +36,8 @@ ProcessRun ProcessRun::run(const std::vector<std::string>& argv, const std::stri
     waitpid(child, &status, 0);
     ProcessRun result;
     result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    result.out = contentsOf(outPath);
-    result.err = contentsOf(errPath);
+    result.out = ScratchDirectory::contentsOf(outPath);
+    result.err = ScratchDirectory::contentsOf(errPath);
     ::unlink(outPath.c_str());
     ::unlink(errPath.c_str());
     return result;

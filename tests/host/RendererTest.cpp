@@ -1,4 +1,4 @@
-#include "HostError.h"
+#include "ErrorMessage.h"
 #include "Renderer.h"
 #include "ScratchDirectory.h"
 #include "TestAudio.h"
@@ -13,41 +13,21 @@ namespace
 {
 constexpr int floatWav = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
 
-RenderSettings probeSettings(const ScratchDirectory& scratch, int delay)
+// A render of in.wav into out.wav in the scratch directory through a module.
+RenderSettings renderSettings(const ScratchDirectory& scratch, const char* module)
 {
     RenderSettings settings;
     settings.inputPath = scratch.path("in.wav");
     settings.outputPath = scratch.path("out.wav");
-    settings.pluginPath = TestModules::delayProbe;
-    settings.unitSettings.push_back("Delay=" + std::to_string(delay));
+    settings.pluginPath = module;
     return settings;
 }
 
-// The frame offset at which `output` matches `input` best (least squared
-// difference), searched over -range..range; positive when the output lags.
-int bestLag(const TestAudio& input, const TestAudio& output, int range)
+RenderSettings probeSettings(const ScratchDirectory& scratch, int delay)
 {
-    int best = 0;
-    double bestError = INFINITY;
-    for (int lag = -range; lag <= range; ++lag)
-    {
-        double error = 0.0;
-        for (size_t frame = static_cast<size_t>(range); frame + static_cast<size_t>(range) < input.frames(); ++frame)
-        {
-            for (int channel = 0; channel < input.channels; ++channel)
-            {
-                const double difference =
-                    output.at(frame + static_cast<size_t>(lag), channel) - input.at(frame, channel);
-                error += difference * difference;
-            }
-        }
-        if (error < bestError)
-        {
-            bestError = error;
-            best = lag;
-        }
-    }
-    return best;
+    RenderSettings settings = renderSettings(scratch, TestModules::delayProbe);
+    settings.unitSettings.push_back("Delay=" + std::to_string(delay));
+    return settings;
 }
 }
 
@@ -64,8 +44,7 @@ TEST(RendererAlignment, OutputEqualsInputSampleForSample)
     for (const auto& c : cases)
     {
         ScratchDirectory scratch;
-        const TestAudio input = TestAudio::noise(2, 44100, 10007, 0.9f, floatWav);
-        input.write(scratch.path("in.wav"));
+        const TestAudio input = TestAudio::noise(2, 44100, 10007, 0.9f, floatWav).write(scratch.path("in.wav"));
         RenderSettings settings = probeSettings(scratch, c.delay);
         settings.blockFrames = c.block;
         const RenderReport report = Renderer(settings).run(nullptr);
@@ -79,8 +58,7 @@ TEST(RendererAlignment, OutputEqualsInputSampleForSample)
 TEST(RendererAlignment, KeptLatencyDelaysTheWholeInputAndFlushesItsTail)
 {
     ScratchDirectory scratch;
-    const TestAudio input = TestAudio::noise(2, 48000, 5000, 0.5f, floatWav);
-    input.write(scratch.path("in.wav"));
+    const TestAudio input = TestAudio::noise(2, 48000, 5000, 0.5f, floatWav).write(scratch.path("in.wav"));
     RenderSettings settings = probeSettings(scratch, 300);
     settings.keepLatency = true;
     const RenderReport report = Renderer(settings).run(nullptr);
@@ -99,8 +77,8 @@ TEST(RendererAlignment, KeptLatencyDelaysTheWholeInputAndFlushesItsTail)
 TEST(RendererShape, LengthRateChannelsAndSampleTypeFollowTheInput)
 {
     ScratchDirectory scratch;
-    const TestAudio input = TestAudio::noise(2, 22050, 3333, 0.5f, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
-    input.write(scratch.path("in.wav"));
+    const TestAudio input =
+        TestAudio::noise(2, 22050, 3333, 0.5f, SF_FORMAT_WAV | SF_FORMAT_PCM_16).write(scratch.path("in.wav"));
     const RenderReport report = Renderer(probeSettings(scratch, 100)).run(nullptr);
     const TestAudio output = TestAudio::read(scratch.path("out.wav"));
     EXPECT_EQ(output.frames(), 3333u);
@@ -127,8 +105,7 @@ TEST(RendererShape, BitsOptionChangesOnlyTheSampleType)
 TEST(RendererMono, MonoFeedsBothInputsAndIsWrittenStereoUnlessAsked)
 {
     ScratchDirectory scratch;
-    const TestAudio input = TestAudio::noise(1, 48000, 2000, 0.5f, floatWav);
-    input.write(scratch.path("in.wav"));
+    const TestAudio input = TestAudio::noise(1, 48000, 2000, 0.5f, floatWav).write(scratch.path("in.wav"));
     Renderer(probeSettings(scratch, 50)).run(nullptr);
     const TestAudio stereo = TestAudio::read(scratch.path("out.wav"));
     ASSERT_EQ(stereo.channels, 2);
@@ -152,8 +129,7 @@ TEST(RendererMono, MonoFeedsBothInputsAndIsWrittenStereoUnlessAsked)
 TEST(RendererProgram, ProgramThenSettingsAreApplied)
 {
     ScratchDirectory scratch;
-    const TestAudio input = TestAudio::noise(2, 48000, 1000, 0.5f, floatWav);
-    input.write(scratch.path("in.wav"));
+    const TestAudio input = TestAudio::noise(2, 48000, 1000, 0.5f, floatWav).write(scratch.path("in.wav"));
     RenderSettings settings = probeSettings(scratch, 20);
     settings.program = "Quiet -6 dB";
     settings.unitSettings.push_back("Trim=-3");
@@ -212,17 +188,9 @@ TEST(RendererErrors, RefusedBeforeAnythingIsWritten)
     TestAudio::noise(1, 48000, 100, 0.5f, floatWav).write(scratch.path("mono.wav"));
     TestAudio surround = TestAudio::noise(3, 48000, 100, 0.5f, floatWav);
     surround.write(scratch.path("three.wav"));
-    const auto failure = [&](RenderSettings settings) -> std::string
+    const auto failure = [](const RenderSettings& settings)
     {
-        try
-        {
-            Renderer(settings).run(nullptr);
-        }
-        catch (const HostError& error)
-        {
-            return error.what();
-        }
-        return "no error";
+        return errorMessageOf([&] { Renderer(settings).run(nullptr); });
     };
     RenderSettings settings = probeSettings(scratch, 10);
     settings.outputPath = settings.inputPath;
@@ -259,18 +227,15 @@ TEST(RendererOurs, LatencyCompensationLinesUpAnUntouchedSignal)
     SKIP_WITHOUT_MODULE(TestModules::ours);
     ScratchDirectory scratch;
     const TestAudio input =
-        TestAudio::sines(2, 48000, 48000 * 2, {{1000.0, 0.1}, {2500.0, 0.1}, {5300.0, 0.1}}, floatWav);
-    input.write(scratch.path("in.wav"));
-    RenderSettings settings;
-    settings.inputPath = scratch.path("in.wav");
-    settings.outputPath = scratch.path("out.wav");
-    settings.pluginPath = TestModules::ours;
+        TestAudio::sines(2, 48000, 48000 * 2, {{1000.0, 0.1}, {2500.0, 0.1}, {5300.0, 0.1}}, floatWav)
+            .write(scratch.path("in.wav"));
+    RenderSettings settings = renderSettings(scratch, TestModules::ours);
     settings.unitSettings = {"In gain=0", "Saturate=0", "NumBits=0", "Outceil=0"};
     const RenderReport report = Renderer(settings).run(nullptr);
     EXPECT_EQ(report.latencyFrames, 1535);
     const TestAudio output = TestAudio::read(scratch.path("out.wav"));
     ASSERT_EQ(output.frames(), input.frames());
-    EXPECT_EQ(bestLag(input, output, 8), 0);
+    EXPECT_EQ(input.bestAlignment(output, 8, 2400).first, 0);
     double largest = 0.0;
     // The first 50 ms hold the high-pass's settling and are left out.
     for (size_t frame = 2400; frame < input.frames(); ++frame)
@@ -293,10 +258,7 @@ TEST(RendererOurs, LimitingHoldsTheCeilingAndReportsTheReduction)
     SKIP_WITHOUT_MODULE(TestModules::ours);
     ScratchDirectory scratch;
     TestAudio::sines(2, 48000, 48000 * 3, {{997.0, 0.5}}, floatWav).write(scratch.path("in.wav"));
-    RenderSettings settings;
-    settings.inputPath = scratch.path("in.wav");
-    settings.outputPath = scratch.path("out.wav");
-    settings.pluginPath = TestModules::ours;
+    RenderSettings settings = renderSettings(scratch, TestModules::ours);
     settings.program = "EBU R128 -1 dBTP";
     settings.unitSettings = {"In gain=12"};
     const RenderReport report = Renderer(settings).run(nullptr);
@@ -320,10 +282,7 @@ TEST(RendererOurs, RateOutsideTheLimitersRangeIsRenderedAtTheFilesRateWithAWarni
     SKIP_WITHOUT_MODULE(TestModules::ours);
     ScratchDirectory scratch;
     TestAudio::noise(2, 16000, 16000, 0.1f, floatWav).write(scratch.path("in.wav"));
-    RenderSettings settings;
-    settings.inputPath = scratch.path("in.wav");
-    settings.outputPath = scratch.path("out.wav");
-    settings.pluginPath = TestModules::ours;
+    RenderSettings settings = renderSettings(scratch, TestModules::ours);
     const RenderReport report = Renderer(settings).run(nullptr);
     ASSERT_EQ(report.warnings.size(), 1u);
     EXPECT_NE(report.warnings[0].find("16000 Hz lies outside the 22050..192000 Hz"), std::string::npos)

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <stdexcept>
 
 ScratchDirectory::ScratchDirectory()
@@ -38,4 +40,12 @@ std::vector<std::string> ScratchDirectory::entries() const
     }
     std::sort(names.begin(), names.end());
     return names;
+}
+
+std::string ScratchDirectory::contentsOf(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::stringstream text;
+    text << file.rdbuf();
+    return text.str();
 }

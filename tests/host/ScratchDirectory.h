@@ -16,6 +16,8 @@ public:
     const std::string& root() const { return directory; }
     // Names of the entries, sorted; hidden ones included.
     std::vector<std::string> entries() const;
+    // The bytes of a file anywhere; empty if it cannot be read.
+    static std::string contentsOf(const std::string& path);
 
 private:
     std::string directory;

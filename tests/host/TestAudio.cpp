@@ -5,6 +5,31 @@
 #include <cmath>
 #include <stdexcept>
 
+std::pair<int, double> TestAudio::bestAlignment(const TestAudio& output, int range, size_t from) const
+{
+    std::pair<int, double> best = {0, -2.0};
+    for (int lag = -range; lag <= range; ++lag)
+    {
+        double product = 0.0;
+        double ownEnergy = 0.0;
+        double outputEnergy = 0.0;
+        for (size_t frame = from; frame + static_cast<size_t>(range) < frames(); ++frame)
+        {
+            const double x = at(frame, 0);
+            const double y = output.at(frame + static_cast<size_t>(lag), 0);
+            product += x * y;
+            ownEnergy += x * x;
+            outputEnergy += y * y;
+        }
+        const double correlation = product / std::sqrt(ownEnergy * outputEnergy);
+        if (correlation > best.second)
+        {
+            best = {lag, correlation};
+        }
+    }
+    return best;
+}
+
 TestAudio TestAudio::read(const std::string& path)
 {
     SF_INFO info = {};
@@ -23,7 +48,7 @@ TestAudio TestAudio::read(const std::string& path)
     return audio;
 }
 
-void TestAudio::write(const std::string& path) const
+const TestAudio& TestAudio::write(const std::string& path) const
 {
     SF_INFO info = {};
     info.channels = channels;
@@ -36,6 +61,7 @@ void TestAudio::write(const std::string& path) const
     }
     sf_writef_float(file, samples.data(), static_cast<sf_count_t>(frames()));
     sf_close(file);
+    return *this;
 }
 
 TestAudio TestAudio::noise(int channels, int sampleRate, size_t frames, float level, int format)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 // An audio file's samples and shape, read and written with libsndfile
@@ -18,8 +19,14 @@ struct TestAudio
         return samples[frame * static_cast<size_t>(channels) + static_cast<size_t>(channel)];
     }
 
+    // The lag in frames (positive when `output` lags) within -range..range at
+    // which channel 0 of `output` correlates best with this audio's, counted
+    // from frame `from` on, and that normalised correlation.
+    std::pair<int, double> bestAlignment(const TestAudio& output, int range, size_t from) const;
+
     static TestAudio read(const std::string& path);
-    void write(const std::string& path) const;
+    // Writes the file and hands back the audio, for a test that keeps both.
+    const TestAudio& write(const std::string& path) const;
 
     // Deterministic white noise, different in each channel, at `level` peak.
     static TestAudio noise(int channels, int sampleRate, size_t frames, float level, int format);

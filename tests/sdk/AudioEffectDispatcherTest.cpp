@@ -7,6 +7,7 @@
 #include <cstring>
 #include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -151,6 +152,14 @@ protected:
         return record->dispatcher(record, opcode, index, value, ptr, opt);
     }
 
+    // The answer to a text opcode and the text in a buffer that held "garbage".
+    std::pair<VstIntPtr, std::string> text(VstInt32 opcode, VstInt32 index = 0)
+    {
+        char buffer[80] = "garbage";
+        const VstIntPtr answer = dispatch(opcode, index, 0, buffer);
+        return {answer, buffer};
+    }
+
     bool effectDeleted = false;
     TestEffect* effect = nullptr;
     AEffect* record = nullptr;
@@ -236,25 +245,19 @@ TEST_F(AudioEffectDispatcher, EntriesWithoutAnObjectAreHarmless)
 
 TEST_F(AudioEffectDispatcher, ParameterTextsOnlyForValidIndicesAndBuffers)
 {
-    char text[32];
     for (VstInt32 opcode : {effGetParamName, effGetParamLabel, effGetParamDisplay})
     {
         for (VstInt32 index : {-1, 2, 1000, std::numeric_limits<VstInt32>::min()})
         {
-            std::strcpy(text, "garbage");
-            EXPECT_EQ(dispatch(opcode, index, 0, text), 0);
-            EXPECT_STREQ(text, "") << "opcode " << opcode << " index " << index;
+            EXPECT_EQ(text(opcode, index), std::make_pair(VstIntPtr{0}, std::string())) << opcode << ", " << index;
         }
         EXPECT_EQ(dispatch(opcode, 0, 0, nullptr), 0);
     }
     EXPECT_TRUE(effect->calls.empty());
 
-    dispatch(effGetParamName, 1, 0, text);
-    EXPECT_STREQ(text, "Gain");
-    dispatch(effGetParamLabel, 0, 0, text);
-    EXPECT_STREQ(text, "dB");
-    dispatch(effGetParamDisplay, 1, 0, text);
-    EXPECT_STREQ(text, "1.0");
+    EXPECT_EQ(text(effGetParamName, 1).second, "Gain");
+    EXPECT_EQ(text(effGetParamLabel, 0).second, "dB");
+    EXPECT_EQ(text(effGetParamDisplay, 1).second, "1.0");
     EXPECT_EQ(effect->calls, (std::vector<std::string>{"name 1", "label 0", "display 1"}));
 }
 
@@ -271,33 +274,23 @@ TEST_F(AudioEffectDispatcher, ProgramsOnlyWithinTheTable)
     effect->setProgram(7);
     EXPECT_EQ(effect->getProgram(), 2);
 
-    char name[64];
-    std::strcpy(name, "garbage");
-    EXPECT_EQ(dispatch(effGetProgramNameIndexed, 3, 0, name), 0);
-    EXPECT_STREQ(name, "");
-    EXPECT_EQ(dispatch(effGetProgramNameIndexed, -1, 0, name), 0);
+    EXPECT_EQ(text(effGetProgramNameIndexed, 3), std::make_pair(VstIntPtr{0}, std::string()));
+    EXPECT_EQ(text(effGetProgramNameIndexed, -1).first, 0);
     EXPECT_EQ(dispatch(effGetProgramNameIndexed, 0, 0, nullptr), 0);
     EXPECT_TRUE(effect->calls.empty());
-    EXPECT_EQ(dispatch(effGetProgramNameIndexed, 2, 0, name), 1);
-    EXPECT_STREQ(name, "Prog");
+    EXPECT_EQ(text(effGetProgramNameIndexed, 2), std::make_pair(VstIntPtr{1}, std::string("Prog")));
 
     EXPECT_EQ(dispatch(effSetProgramName, 0, 0, nullptr), 0);
     EXPECT_EQ(dispatch(effGetProgramName, 0, 0, nullptr), 0);
-    std::strcpy(name, "garbage");
-    dispatch(effGetProgramName, 0, 0, name);
-    EXPECT_STREQ(name, "");
+    EXPECT_EQ(text(effGetProgramName).second, "");
 }
 
 TEST_F(AudioEffectDispatcher, IdentityTextsNeedABuffer)
 {
-    char text[80];
     EXPECT_EQ(dispatch(effGetEffectName, 0, 0, nullptr), 0);
-    EXPECT_EQ(dispatch(effGetEffectName, 0, 0, text), 1);
-    EXPECT_STREQ(text, "Tester");
+    EXPECT_EQ(text(effGetEffectName), std::make_pair(VstIntPtr{1}, std::string("Tester")));
     // Not provided by this effect: answered 0 with an empty text.
-    std::strcpy(text, "garbage");
-    EXPECT_EQ(dispatch(effGetVendorString, 0, 0, text), 0);
-    EXPECT_STREQ(text, "");
+    EXPECT_EQ(text(effGetVendorString), std::make_pair(VstIntPtr{0}, std::string()));
     EXPECT_EQ(dispatch(effGetProductString, 0, 0, nullptr), 0);
     EXPECT_EQ(dispatch(effGetVendorVersion), 0);
 }

@@ -1,11 +1,10 @@
 // A real host's VST2 scanner reads the module: Ardour's, when installed.
 #include "CommandRunner.h"
 
-#include <dirent.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -20,40 +19,14 @@ const char* const ardourLibraries = "/usr/lib/ardour7";
 // The scanner writes its findings as a .v2i file under its cache directory.
 std::string findCacheFile(const std::string& directory)
 {
-    DIR* listing = opendir(directory.c_str());
-    if (!listing)
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(directory))
     {
-        return "";
-    }
-    std::string found;
-    while (dirent* entry = readdir(listing))
-    {
-        const std::string name = entry->d_name;
-        if (name == "." || name == "..")
+        if (entry.is_regular_file() && entry.path().extension() == ".v2i")
         {
-            continue;
-        }
-        const std::string path = directory + "/" + name;
-        struct stat info;
-        if (stat(path.c_str(), &info) != 0)
-        {
-            continue;
-        }
-        if (S_ISDIR(info.st_mode))
-        {
-            found = findCacheFile(path);
-        }
-        else if (name.size() > 4 && name.compare(name.size() - 4, 4, ".v2i") == 0)
-        {
-            found = path;
-        }
-        if (!found.empty())
-        {
-            break;
+            return entry.path().string();
         }
     }
-    closedir(listing);
-    return found;
+    return "";
 }
 
 std::string readFile(const std::string& path)
@@ -62,27 +35,6 @@ std::string readFile(const std::string& path)
     std::ostringstream text;
     text << file.rdbuf();
     return text.str();
-}
-
-void removeTree(const std::string& path)
-{
-    if (DIR* listing = opendir(path.c_str()))
-    {
-        while (dirent* entry = readdir(listing))
-        {
-            const std::string name = entry->d_name;
-            if (name != "." && name != "..")
-            {
-                removeTree(path + "/" + name);
-            }
-        }
-        closedir(listing);
-        rmdir(path.c_str());
-    }
-    else
-    {
-        unlink(path.c_str());
-    }
 }
 }
 
@@ -119,5 +71,5 @@ TEST(ArdourScanner, ReadsNameVendorAndChannels)
     EXPECT_NE(info.find("n_outputs=\"2\""), std::string::npos) << info;
     EXPECT_NE(info.find("is_instrument=\"0\""), std::string::npos) << info;
     EXPECT_NE(info.find("can_process_replace=\"1\""), std::string::npos) << info;
-    removeTree(cache);
+    std::filesystem::remove_all(cache);
 }

@@ -21,19 +21,21 @@ struct Stereo
     std::vector<float> right;
 };
 
-// Runs the same signal through both channels in host-sized blocks.
-Stereo render(VstModule& plugin, const std::vector<float>& input)
+// Runs the same signal through both channels in host-sized blocks; in place,
+// the host hands the same arrays in and out.
+Stereo render(VstModule& plugin, const std::vector<float>& input, bool inPlace = false)
 {
-    Stereo result{std::vector<float>(input.size()), std::vector<float>(input.size())};
-    std::vector<float> left(input), right(input);
+    Stereo in{input, input};
+    Stereo out{std::vector<float>(input.size()), std::vector<float>(input.size())};
+    Stereo& written = inPlace ? in : out;
     for (std::size_t start = 0; start < input.size(); start += blockSize)
     {
         const int frames = static_cast<int>(std::min<std::size_t>(blockSize, input.size() - start));
-        float* inputs[2] = {left.data() + start, right.data() + start};
-        float* outputs[2] = {result.left.data() + start, result.right.data() + start};
+        float* inputs[2] = {in.left.data() + start, in.right.data() + start};
+        float* outputs[2] = {written.left.data() + start, written.right.data() + start};
         plugin.processReplacing(inputs, outputs, frames);
     }
-    return result;
+    return written;
 }
 
 float peak(const std::vector<float>& samples, std::size_t from, std::size_t to)
@@ -56,6 +58,12 @@ std::vector<float> loudSine(int frames)
     return signal;
 }
 
+using HostCalls = void (*)(VstModule&);
+
+void noCalls(VstModule&)
+{
+}
+
 // A fresh instance, opened and resumed as hosts do, at no particular rate.
 class PluginAudio : public ::testing::Test
 {
@@ -67,9 +75,13 @@ protected:
         plugin.resume();
     }
 
-    // After a loud block, how much of it still comes out of a silent one.
-    static float tailAfter(VstModule& plugin, void (*betweenBlocks)(VstModule&))
+    // After a loud block, how much of it still comes out of a silent one, in
+    // a fresh instance given the calls before and between the two blocks.
+    static float tailAfter(HostCalls beforeBlocks, HostCalls betweenBlocks)
     {
+        VstModule plugin(PALISORNE_MODULE_PATH);
+        start(plugin);
+        beforeBlocks(plugin);
         render(plugin, loudSine(4096));
         betweenBlocks(plugin);
         const Stereo tail = render(plugin, std::vector<float>(2048, 0.0f));
@@ -110,21 +122,10 @@ TEST_F(PluginAudio, ImpulseComesOutAfterTheReportedLatency)
 
 TEST_F(PluginAudio, SuspendAndResumeFlushTheAudio)
 {
-    VstModule untouched(PALISORNE_MODULE_PATH);
-    start(untouched);
-    EXPECT_GT(tailAfter(untouched, [](VstModule&) {}), tailLevel);
-
-    VstModule cycled(PALISORNE_MODULE_PATH);
-    start(cycled);
-    EXPECT_LT(tailAfter(cycled, [](VstModule& p) { p.suspend(); p.resume(); }), flushedLevel);
-
-    VstModule suspended(PALISORNE_MODULE_PATH);
-    start(suspended);
-    EXPECT_LT(tailAfter(suspended, [](VstModule& p) { p.suspend(); }), flushedLevel);
-
-    VstModule resumedTwice(PALISORNE_MODULE_PATH);
-    start(resumedTwice);
-    EXPECT_LT(tailAfter(resumedTwice, [](VstModule& p) { p.resume(); }), flushedLevel);
+    EXPECT_GT(tailAfter(noCalls, noCalls), tailLevel);
+    EXPECT_LT(tailAfter(noCalls, [](VstModule& p) { p.suspend(); p.resume(); }), flushedLevel);
+    EXPECT_LT(tailAfter(noCalls, [](VstModule& p) { p.suspend(); }), flushedLevel);
+    EXPECT_LT(tailAfter(noCalls, [](VstModule& p) { p.resume(); }), flushedLevel);
 }
 
 TEST_F(PluginAudio, SettingsSurviveSuspendAndResume)
@@ -143,20 +144,12 @@ TEST_F(PluginAudio, SettingsSurviveSuspendAndResume)
 
 TEST_F(PluginAudio, OnlyANewRateFlushes)
 {
-    VstModule same(PALISORNE_MODULE_PATH);
-    start(same);
-    same.setSampleRate(44100.0f);
-    EXPECT_GT(tailAfter(same, [](VstModule& p) { p.setSampleRate(44100.0f); }), tailLevel);
-
-    VstModule changed(PALISORNE_MODULE_PATH);
-    start(changed);
-    EXPECT_LT(tailAfter(changed, [](VstModule& p) { p.setSampleRate(48000.0f); }), flushedLevel);
-
+    const HostCalls at44100 = [](VstModule& p) { p.setSampleRate(44100.0f); };
+    EXPECT_GT(tailAfter(at44100, at44100), tailLevel);
+    EXPECT_LT(tailAfter(noCalls, [](VstModule& p) { p.setSampleRate(48000.0f); }), flushedLevel);
     // 8000 and 11025 Hz both become 22050 Hz: the second is no change.
-    VstModule clamped(PALISORNE_MODULE_PATH);
-    start(clamped);
-    clamped.setSampleRate(8000.0f);
-    EXPECT_GT(tailAfter(clamped, [](VstModule& p) { p.setSampleRate(11025.0f); }), tailLevel);
+    EXPECT_GT(tailAfter([](VstModule& p) { p.setSampleRate(8000.0f); }, [](VstModule& p) { p.setSampleRate(11025.0f); }),
+              tailLevel);
 }
 
 namespace
@@ -172,96 +165,68 @@ namespace
 // off and the ceiling at 0 dB the gain computer sees v = the high-passed
 // spike from the first detection on, and four one-pole sections with
 // coefficient exp(-10/L) smooth it: g = 1/s3 once s3 > 1.
-class LookaheadProbe
+void expectLookahead(HostCalls setRate, int samples, float clampedRate)
 {
-public:
-    explicit LookaheadProbe(void (*setRate)(VstModule&)) : setRate(setRate) {}
-
-    void expectLookahead(int samples, float clampedRate) const
+    const std::size_t frames = 8192;
+    const std::size_t spikeAt = 6000;
+    std::vector<float> square(frames);
+    for (std::size_t i = 0; i < frames; ++i)
     {
-        const std::size_t frames = 8192;
-        const std::size_t spikeAt = 6000;
-        std::vector<float> square(frames);
-        for (std::size_t i = 0; i < frames; ++i)
-        {
-            square[i] = (i % 2 == 0) ? 0.25f : -0.25f;
-        }
-        std::vector<float> spiked(square);
-        spiked[spikeAt] = 4.0f;
-
-        const Stereo reference = run(square);
-        const Stereo limited = run(spiked);
-
-        // The high-pass multiplies a new sample by its pole p; its state
-        // (about 2e-5 for this square) shifts v by less than 2e-5.
-        const float pole = std::exp(-2.0f * std::atan(pi / clampedRate));
-        const float v = 4.0f * pole;
-        const float coef = std::exp(-10.0f / static_cast<float>(samples));
-        float s[4] = {1.0f, 1.0f, 1.0f, 1.0f};
-        const std::size_t first = spikeAt + latency - static_cast<std::size_t>(samples);
-        for (const auto& [out, ref] : {std::pair{&limited.left, &reference.left},
-                                       std::pair{&limited.right, &reference.right}})
-        {
-            // Float rounding in the chain and the spike's offset stay below
-            // 3e-5 of the gain; a look-ahead one sample off changes it by
-            // far more in the middle of the window.
-            EXPECT_NEAR((*out)[first - 1] / (*ref)[first - 1], 1.0f, 1e-4f) << "before the window";
-            std::fill(std::begin(s), std::end(s), 1.0f);
-            for (int n = 0; n < samples; ++n)
-            {
-                s[0] = v + (s[0] - v) * coef;
-                s[1] = s[0] + (s[1] - s[0]) * coef;
-                s[2] = s[1] + (s[2] - s[1]) * coef;
-                s[3] = s[2] + (s[3] - s[2]) * coef;
-                const float gain = s[3] > 1.0f ? 1.0f / s[3] : 1.0f;
-                const std::size_t i = first + static_cast<std::size_t>(n);
-                ASSERT_NEAR((*out)[i] / (*ref)[i], gain, 1e-4f) << "sample " << n << " of " << samples;
-            }
-            // The spike itself is held at the ceiling.
-            EXPECT_LE(std::fabs((*out)[spikeAt + latency]), 1.0f);
-        }
+        square[i] = (i % 2 == 0) ? 0.25f : -0.25f;
     }
-
-private:
-    Stereo run(const std::vector<float>& input) const
-    {
+    std::vector<float> spiked(square);
+    spiked[spikeAt] = 4.0f;
+    const auto run = [setRate](const std::vector<float>& input) {
         VstModule plugin(PALISORNE_MODULE_PATH);
         plugin.open();
         plugin.setBlockSize(blockSize);
         setRate(plugin);
         plugin.resume();
-        plugin.setParameter(10, 0.0f);  // no saturation
-        plugin.setParameter(5, 1.0f);   // ceiling 0 dB
+        plugin.setParameter(10, 0.0f); // no saturation
+        plugin.setParameter(5, 1.0f);  // ceiling 0 dB
         return render(plugin, input);
+    };
+    const Stereo reference = run(square);
+    const Stereo limited = run(spiked);
+
+    // The high-pass multiplies a new sample by its pole p; its state
+    // (about 2e-5 for this square) shifts v by less than 2e-5.
+    const float pole = std::exp(-2.0f * std::atan(pi / clampedRate));
+    const float v = 4.0f * pole;
+    const float coef = std::exp(-10.0f / static_cast<float>(samples));
+    const std::size_t first = spikeAt + latency - static_cast<std::size_t>(samples);
+    for (const auto& [out, ref] : {std::pair{&limited.left, &reference.left}, std::pair{&limited.right, &reference.right}})
+    {
+        // Float rounding in the chain and the spike's offset stay below
+        // 3e-5 of the gain; a look-ahead one sample off changes it by
+        // far more in the middle of the window.
+        EXPECT_NEAR((*out)[first - 1] / (*ref)[first - 1], 1.0f, 1e-4f) << "before the window";
+        float s[4] = {1.0f, 1.0f, 1.0f, 1.0f};
+        for (int n = 0; n < samples; ++n)
+        {
+            s[0] = v + (s[0] - v) * coef;
+            s[1] = s[0] + (s[1] - s[0]) * coef;
+            s[2] = s[1] + (s[2] - s[1]) * coef;
+            s[3] = s[2] + (s[3] - s[2]) * coef;
+            const float gain = s[3] > 1.0f ? 1.0f / s[3] : 1.0f;
+            const std::size_t i = first + static_cast<std::size_t>(n);
+            ASSERT_NEAR((*out)[i] / (*ref)[i], gain, 1e-4f) << "sample " << n << " of " << samples;
+        }
+        // The spike itself is held at the ceiling.
+        EXPECT_LE(std::fabs((*out)[spikeAt + latency]), 1.0f);
     }
-
-    void (*setRate)(VstModule&);
-};
+}
 }
 
-TEST_F(PluginAudio, LimiterStartsAt44100)
+TEST_F(PluginAudio, RateReachesTheLimiterClampedTo22050Through192000)
 {
-    LookaheadProbe([](VstModule&) {}).expectLookahead(44, 44100.0f);
-}
-
-TEST_F(PluginAudio, RateReachesTheLimiter)
-{
-    LookaheadProbe([](VstModule& p) { p.setSampleRate(48000.0f); }).expectLookahead(48, 48000.0f);
-    LookaheadProbe([](VstModule& p) { p.setSampleRate(22050.0f); }).expectLookahead(22, 22050.0f);
-}
-
-TEST_F(PluginAudio, RateIsClampedTo22050Through192000)
-{
-    LookaheadProbe([](VstModule& p) { p.setSampleRate(8000.0f); }).expectLookahead(22, 22050.0f);
-    LookaheadProbe([](VstModule& p) { p.setSampleRate(384000.0f); }).expectLookahead(192, 192000.0f);
-}
-
-TEST_F(PluginAudio, RateSetWhileSuspendedReachesTheLimiter)
-{
-    LookaheadProbe([](VstModule& p) {
-        p.suspend();
-        p.setSampleRate(96000.0f);
-    }).expectLookahead(96, 96000.0f);
+    expectLookahead(noCalls, 44, 44100.0f);
+    expectLookahead([](VstModule& p) { p.setSampleRate(48000.0f); }, 48, 48000.0f);
+    expectLookahead([](VstModule& p) { p.setSampleRate(22050.0f); }, 22, 22050.0f);
+    expectLookahead([](VstModule& p) { p.setSampleRate(8000.0f); }, 22, 22050.0f);
+    expectLookahead([](VstModule& p) { p.setSampleRate(384000.0f); }, 192, 192000.0f);
+    // Set while suspended.
+    expectLookahead([](VstModule& p) { p.suspend(); p.setSampleRate(96000.0f); }, 96, 96000.0f);
 }
 
 TEST_F(PluginAudio, CarelessCallsLeaveBuffersAlone)
@@ -306,21 +271,15 @@ TEST_F(PluginAudio, InPlaceProcessingMatchesSeparateBuffers)
     VstModule separate(PALISORNE_MODULE_PATH);
     start(separate);
     const Stereo expected = render(separate, signal);
-
     VstModule inPlace(PALISORNE_MODULE_PATH);
     start(inPlace);
-    std::vector<float> left(signal), right(signal);
-    for (std::size_t begin = 0; begin < signal.size(); begin += blockSize)
-    {
-        float* channels[2] = {left.data() + begin, right.data() + begin};
-        inPlace.processReplacing(channels, channels, blockSize);
-    }
+    const Stereo actual = render(inPlace, signal, true);
     // The two instances differ only in the +-1e-8 noise drawn while their
     // delay lines were still silent.
     for (std::size_t i = 0; i < signal.size(); ++i)
     {
-        ASSERT_NEAR(left[i], expected.left[i], 1e-6f) << i;
-        ASSERT_NEAR(right[i], expected.right[i], 1e-6f) << i;
+        ASSERT_NEAR(actual.left[i], expected.left[i], 1e-6f) << i;
+        ASSERT_NEAR(actual.right[i], expected.right[i], 1e-6f) << i;
     }
-    EXPECT_GT(peak(left, 0, signal.size()), 0.5f);
+    EXPECT_GT(peak(actual.left, 0, signal.size()), 0.5f);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+
 // What the plug-in must announce, written down independently of the
 // plug-in's own tables: parameter ranges and factory programs in units.
 
@@ -64,3 +66,24 @@ inline float normalisedValue(int parameter, float units)
     const ExpectedParameter& p = expectedParameters[parameter];
     return (units - p.minimum) / (p.maximum - p.minimum);
 }
+
+using ParameterValues = std::array<float, pluginParameterCount>;
+
+// The normalised values of a factory program, or of the defaults (program -1).
+inline ParameterValues normalisedValues(int program)
+{
+    ParameterValues values;
+    for (int j = 0; j < pluginParameterCount; ++j)
+    {
+        values[j] = normalisedValue(
+            j, program < 0 ? expectedParameters[j].defaultValue : expectedPrograms[program].values[j]);
+    }
+    return values;
+}
+
+// The capabilities an effect of this framework confirms, and those it denies.
+constexpr const char* confirmedCapabilities[] = {"plugAsChannelInsert", "plugAsSend", "mixDryWet", "1in1out",
+                                                 "1in2out", "2in1out", "2in2out"};
+constexpr const char* deniedCapabilities[] = {"sendVstEvents", "sendVstMidiEvent", "receiveVstEvents",
+                                              "receiveVstMidiEvent", "receiveVstTimeInfo", "offline", "noRealTime",
+                                              "midiProgramNames", "bypass"};

@@ -1,6 +1,7 @@
 // The data-driven framework on a small effect of its own (no limiter):
 // descriptor defaults, definitions, program handling and the host answers.
 #include "CVSTPlugin.h"
+#include "PluginTables.h"
 
 #include <cmath>
 #include <cstring>
@@ -57,6 +58,14 @@ std::string call(int index, float value)
     return "setParameter " + std::to_string(index) + " " + std::to_string(value);
 }
 
+// What a text getter writes for a parameter into a buffer that held "garbage".
+std::string text(TestPlugin& plugin, void (CVSTPlugin::*getter)(VstInt32, char*), VstInt32 index)
+{
+    char buffer[32] = "garbage";
+    (plugin.*getter)(index, buffer);
+    return buffer;
+}
+
 // (value - min) / (max - min) in single precision, as the framework computes it.
 float normalised(float value, float minimum, float maximum)
 {
@@ -80,13 +89,11 @@ TEST(VSTConfigDefaults, IdentityAndCapabilities)
     EXPECT_EQ(config.initialDelay, 0);
     EXPECT_EQ(config.plugCategory, kPlugCategEffect);
 
-    for (const char* yes : {"plugAsChannelInsert", "plugAsSend", "mixDryWet", "1in1out", "1in2out", "2in1out",
-                            "2in2out"})
+    for (const char* yes : confirmedCapabilities)
     {
         EXPECT_EQ(config.canDo(yes), 1) << yes;
     }
-    for (const char* no : {"sendVstEvents", "sendVstMidiEvent", "receiveVstEvents", "receiveVstMidiEvent",
-                           "receiveVstTimeInfo", "offline", "noRealTime", "midiProgramNames", "bypass"})
+    for (const char* no : deniedCapabilities)
     {
         EXPECT_EQ(config.canDo(no), -1) << no;
     }
@@ -314,40 +321,27 @@ TEST(VSTPluginPrograms, NamesAreCutAndKeptPerProgram)
 TEST(VSTPluginTexts, DisplayIsTheValueInUnitsCutToEightPlaces)
 {
     TestPlugin plugin;
-    char text[32];
-    plugin.getParameterDisplay(0, text);
-    EXPECT_STREQ(text, "-6.0");
+    const auto display = &CVSTPlugin::getParameterDisplay;
+    const auto withLabel = &CVSTPlugin::getParameterText;
+    EXPECT_EQ(text(plugin, display, 0), "-6.0");
     plugin.setParameter(0, 1.0f);
-    plugin.getParameterDisplay(0, text);
-    EXPECT_STREQ(text, "+0.0");
+    EXPECT_EQ(text(plugin, display, 0), "+0.0");
     plugin.setParameter(0, 0.0f);
-    plugin.getParameterDisplay(0, text);
-    EXPECT_STREQ(text, "-60.0");
+    EXPECT_EQ(text(plugin, display, 0), "-60.0");
     // 12345.678 in float is 12345.677734..., printed "12345.6777", cut after 8.
-    plugin.getParameterDisplay(3, text);
-    EXPECT_STREQ(text, "12345.67");
-    plugin.getParameterDisplay(1, text);
-    EXPECT_STREQ(text, "0.25");
+    EXPECT_EQ(text(plugin, display, 3), "12345.67");
+    EXPECT_EQ(text(plugin, display, 1), "0.25");
 
-    plugin.getParameterText(0, text);
-    EXPECT_STREQ(text, "-60.0dB");
-    plugin.getParameterText(3, text);
-    EXPECT_STREQ(text, "12345.67Hz");
-    plugin.getParameterText(2, text);
-    EXPECT_STREQ(text, "3");
-    std::strcpy(text, "garbage");
-    plugin.getParameterText(parameterCount, text);
-    EXPECT_STREQ(text, "");
+    EXPECT_EQ(text(plugin, withLabel, 0), "-60.0dB");
+    EXPECT_EQ(text(plugin, withLabel, 3), "12345.67Hz");
+    EXPECT_EQ(text(plugin, withLabel, 2), "3");
+    EXPECT_EQ(text(plugin, withLabel, parameterCount), "");
 
-    plugin.getParameterName(0, text);
-    EXPECT_STREQ(text, "Threshol");
-    plugin.getParameterLabel(1, text);
-    EXPECT_STREQ(text, "Lab 1");
-    std::strcpy(text, "garbage");
-    plugin.getParameterName(-1, text);
-    plugin.getParameterLabel(parameterCount, text);
-    plugin.getParameterDisplay(parameterCount, text);
-    EXPECT_STREQ(text, "garbage");
+    EXPECT_EQ(text(plugin, &CVSTPlugin::getParameterName, 0), "Threshol");
+    EXPECT_EQ(text(plugin, &CVSTPlugin::getParameterLabel, 1), "Lab 1");
+    EXPECT_EQ(text(plugin, &CVSTPlugin::getParameterName, -1), "garbage");
+    EXPECT_EQ(text(plugin, &CVSTPlugin::getParameterLabel, parameterCount), "garbage");
+    EXPECT_EQ(text(plugin, display, parameterCount), "garbage");
     plugin.getParameterName(0, nullptr);
     plugin.getParameterText(0, nullptr);
 }

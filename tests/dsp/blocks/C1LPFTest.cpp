@@ -25,6 +25,19 @@ double stepErrorBound(double pole, int n)
 {
     return 3.0 * ulpBelowOne * std::min(static_cast<double>(n), 1.0 / (1.0 - pole));
 }
+
+// Feeds count samples of 1 and returns the last output.
+template <class Filter>
+float feedOnes(Filter& filter, int count)
+{
+    float y = 0.0f;
+    for (int i = 0; i < count; ++i)
+    {
+        y = 1.0f;
+        filter.process(&y);
+    }
+    return y;
+}
 }
 
 TEST(C1LPFTest, NewFiltersPassThroughAndHighPassOutputsZero)
@@ -84,17 +97,11 @@ TEST(C1LPFTest, HighPassStepDecaysWithThePole)
     const double p = highpass.getPole();
 
     // A unit step through 1 - (1-p)/(1-p z^-1): the n-th output is p^n.
-    const int checkpoints[] = {1, 2, 10, 100, 1000, 4410, 44100};
     int n = 0;
-    for (int checkpoint : checkpoints)
+    for (int checkpoint : {1, 2, 10, 100, 1000, 4410, 44100})
     {
-        float y = 0.0f;
-        while (n < checkpoint)
-        {
-            y = 1.0f;
-            highpass.process(&y);
-            ++n;
-        }
+        const float y = feedOnes(highpass, checkpoint - n);
+        n = checkpoint;
         EXPECT_NEAR(y, std::pow(p, n), stepErrorBound(p, n)) << "n = " << n;
         if (n == 1)
         {
@@ -102,9 +109,7 @@ TEST(C1LPFTest, HighPassStepDecaysWithThePole)
         }
     }
     // One second at a 1 Hz corner: e^-2pi of the step is left.
-    float y = 1.0f;
-    highpass.process(&y);
-    EXPECT_NEAR(y, std::exp(-2.0 * pi), 1.5e-3);
+    EXPECT_NEAR(feedOnes(highpass, 1), std::exp(-2.0 * pi), 1.5e-3);
 }
 
 TEST(C1LPFTest, LowPassStepConvergesToOne)
@@ -113,17 +118,11 @@ TEST(C1LPFTest, LowPassStepConvergesToOne)
     lowpass.setNormFreq(1.0f / 44100.0f);
     const double p = lowpass.getPole();
 
-    const int checkpoints[] = {1, 100, 1000, 10000};
     int n = 0;
-    for (int checkpoint : checkpoints)
+    for (int checkpoint : {1, 100, 1000, 10000})
     {
-        float y = 0.0f;
-        while (n < checkpoint)
-        {
-            y = 1.0f;
-            lowpass.process(&y);
-            ++n;
-        }
+        const float y = feedOnes(lowpass, checkpoint - n);
+        n = checkpoint;
         EXPECT_NEAR(y, 1.0 - std::pow(p, n), stepErrorBound(p, n)) << "n = " << n;
     }
     // Settled: the recursion stops moving once the step (1-p)(1-y) is below
@@ -143,11 +142,7 @@ TEST(C1LPFTest, LowPassStepConvergesToOne)
     C1LPF fast;
     fast.setNormFreq(0.01f);
     const double fastDeadBand = std::ldexp(1.0, -25) / (1.0 - fast.getPole()) + ulpBelowOne;
-    for (int i = 0; i < 2000; ++i)
-    {
-        y = 1.0f;
-        fast.process(&y);
-    }
+    y = feedOnes(fast, 2000);
     EXPECT_LE(y, 1.0f);
     EXPECT_GE(y, 1.0 - fastDeadBand);
 }
@@ -184,16 +179,8 @@ TEST(C1LPFTest, CornerChangeKeepsStateAndClearFlushesIt)
     C1HPF highpass;
     lowpass.setNormFreq(1.0f / 44100.0f);
     highpass.setNormFreq(1.0f / 44100.0f);
-    float low = 0.0f;
-    float high = 0.0f;
-    for (int i = 0; i < 1000; ++i)
-    {
-        low = 1.0f;
-        high = 1.0f;
-        lowpass.process(&low);
-        highpass.process(&high);
-    }
-    const float held = low; // the low-pass state, about 1 - p^1000 = 0.13
+    feedOnes(highpass, 1000);
+    const float held = feedOnes(lowpass, 1000); // the low-pass state, about 1 - p^1000 = 0.13
 
     lowpass.setNormFreq(0.01f);
     highpass.setNormFreq(0.01f);
@@ -211,10 +198,6 @@ TEST(C1LPFTest, CornerChangeKeepsStateAndClearFlushesIt)
     // After clear the step response starts again from zero.
     lowpass.clear();
     highpass.clear();
-    float first = 1.0f;
-    float firstHigh = 1.0f;
-    lowpass.process(&first);
-    highpass.process(&firstHigh);
-    EXPECT_NEAR(first, 1.0 - lowpass.getPole(), 1e-7);
-    EXPECT_EQ(firstHigh, highpass.getPole());
+    EXPECT_NEAR(feedOnes(lowpass, 1), 1.0 - lowpass.getPole(), 1e-7);
+    EXPECT_EQ(feedOnes(highpass, 1), highpass.getPole());
 }

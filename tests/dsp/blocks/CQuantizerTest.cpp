@@ -211,10 +211,14 @@ TEST(CQuantizerTest, FullScaleKeepsSevenStepsOfHeadroom)
     // +1.0 becomes v = 32768 - 7 = 32761 steps. v + d is rounded to the float
     // grid at 32761 (1/512 = 64 dither units), so a dither within 32 units
     // below zero may land on 32761 itself; below that the floor is 32760.
+    // -1.0: -32761 + d, floor gives -32762 for negative dither, and the same
+    // rounding band just below zero may give -32761.
     CQuantizer quantizer = makeQuantizer(16, 0.0f, 44100.0f);
     const uint32_t seed = 99u;
     for (float level : {1.0f, -1.0f})
     {
+        const float atOrAbove = level * 32761.0f;
+        const float below = level > 0.0f ? 32760.0f : -32762.0f;
         const std::vector<float> out = run(quantizer, seed, level, 20000);
         uint32_t state = seed;
         for (size_t i = 0; i < out.size(); ++i)
@@ -224,26 +228,12 @@ TEST(CQuantizerTest, FullScaleKeepsSevenStepsOfHeadroom)
             const float steps = out[i] * 32768.0f;
             ASSERT_LE(out[i], 32767.0f / 32768.0f);
             ASSERT_GE(out[i], -1.0f);
-            if (level > 0.0f)
-            {
-                if (k >= 0)
-                    ASSERT_EQ(steps, 32761.0f) << "sample " << i;
-                else if (k < -32)
-                    ASSERT_EQ(steps, 32760.0f) << "sample " << i;
-                else
-                    ASSERT_TRUE(steps == 32760.0f || steps == 32761.0f) << "sample " << i;
-            }
+            if (k >= 0)
+                ASSERT_EQ(steps, atOrAbove) << "level " << level << ", sample " << i;
+            else if (k < -32)
+                ASSERT_EQ(steps, below) << "level " << level << ", sample " << i;
             else
-            {
-                // -32761 + d: floor gives -32762 for negative dither, and the
-                // same rounding band just below zero may give -32761.
-                if (k >= 0)
-                    ASSERT_EQ(steps, -32761.0f) << "sample " << i;
-                else if (k < -32)
-                    ASSERT_EQ(steps, -32762.0f) << "sample " << i;
-                else
-                    ASSERT_TRUE(steps == -32762.0f || steps == -32761.0f) << "sample " << i;
-            }
+                ASSERT_TRUE(steps == below || steps == atOrAbove) << "level " << level << ", sample " << i;
         }
     }
 }

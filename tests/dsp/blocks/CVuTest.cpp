@@ -38,8 +38,7 @@ TEST(CVuTest, NewMeterRestsAtTheFloorWithHalfSecondRelease)
 TEST(CVuTest, PeakIsHeldUntilReadThenFallsByFallPerSample)
 {
     CVu meter;
-    const float peak = -0.5f; // the magnitude is metered
-    meter.process(&peak, 1);
+    feed(meter, -0.5f, 1); // the magnitude is metered
     feed(meter, 0.0f, 10000);
     EXPECT_EQ(meter.peekValue(), 0.5f);
     EXPECT_EQ(meter.getValue(), 0.5f);
@@ -78,8 +77,7 @@ TEST(CVuTest, ReleaseStopsAtOrBelowTheFloor)
     CVu meter;
     meter.setTime(0.001f, 44100.0f, 1); // fall = exp(-1/44.1) = 0.977
     const float fall = meter.getFall();
-    const float peak = 0.5f;
-    meter.process(&peak, 1);
+    feed(meter, 0.5f, 1);
     meter.getValue();
     // 0.5 -> 1e-8 takes ln(5e7) x 44.1 = 782 samples.
     feed(meter, 0.0f, 2000);
@@ -124,8 +122,7 @@ TEST(CVuTest, SetTimeClampsTheRateAndFloorsTheTime)
 TEST(CVuTest, SetTimeKeepsTheReadingAndZeroTimeReleasesAtOnce)
 {
     CVu meter;
-    const float peak = 0.7f;
-    meter.process(&peak, 1);
+    feed(meter, 0.7f, 1);
     meter.setTime(0.0f, 44100.0f, 1);
     EXPECT_EQ(meter.peekValue(), 0.7f);
     feed(meter, 0.0f, 10);
@@ -142,8 +139,7 @@ TEST(CVuTest, InvertedMeterHoldsTheDipThenRecoversUpToTheLimit)
     CVu meter;
     meter.setInverted(true);
     EXPECT_EQ(meter.peekValue(), 1.0f);
-    const float dip = 0.25f;
-    meter.process(&dip, 1);
+    feed(meter, 0.25f, 1);
     feed(meter, 1.0f, 5000);
     EXPECT_EQ(meter.peekValue(), 0.25f);
     EXPECT_EQ(meter.getValue(), 0.25f);
@@ -197,16 +193,14 @@ TEST(CVuTest, InvertedMeterFloorsZeroAndDoesNotClipToANewLimit)
 TEST(CVuTest, ChangingTheModeResetsButRepeatingItDoesNot)
 {
     CVu meter;
-    const float peak = 0.7f;
-    meter.process(&peak, 1);
+    feed(meter, 0.7f, 1);
     meter.setInverted(false);
     EXPECT_EQ(meter.peekValue(), 0.7f);
 
     meter.setUpperLimit(0.8f);
     meter.setInverted(true);
     EXPECT_EQ(meter.peekValue(), 0.8f);
-    const float dip = 0.25f;
-    meter.process(&dip, 1);
+    feed(meter, 0.25f, 1);
     meter.setInverted(true);
     EXPECT_EQ(meter.peekValue(), 0.25f);
 

@@ -4,10 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -50,95 +47,42 @@ void PrintTo(const GoldenRender& render, std::ostream* os)
     *os << render.name;
 }
 
-template <typename Configure>
-GoldenRender golden(const char* name, uint64_t checksum, Configure configure)
-{
-    Settings s;
-    configure(s);
-    return {name, s, checksum};
-}
-
 std::vector<GoldenRender> goldenRenders()
 {
     return {
         // Sample peaks, no word length, moderate saturation (the plug-in's
         // first factory program, driven 6 dB harder).
-        golden("SamplePeakSaturated", 0x80e6aacdf9a9d7a7ull, [](Settings& s) {
-            s.inputGainDb = 6.0f;
-            s.attack = 0.04f;
-            s.release = 0.5f;
-            s.lookahead = 0.001f;
-            s.ceilingDb = -0.1f;
-            s.link = 0.35f;
-            s.saturation = 0.3f;
-        }),
-        golden("TruePeakLinked8Bit", 0x881e313a54deb6abull, [](Settings& s) {
-            s.inputGainDb = 9.0f;
-            s.attack = 0.02f;
-            s.release = 0.3f;
-            s.truePeak = true;
-            s.ceilingDb = -1.0f;
-            s.link = 1.0f;
-            s.bits = 8;
-        }),
-        golden("MonitorUnlinked8BitShaped", 0x4e14d3b12cda6531ull, [](Settings& s) {
-            s.inputGainDb = 12.0f;
-            s.lookahead = 0.0015f;
-            s.link = 0.0f;
-            s.monitor = true;
-            s.saturation = 0.8f;
-            s.bits = 8;
-            s.shaping = 1.0f;
-        }),
-        golden("TruePeak16Bit", 0xe92626db5319eee7ull, [](Settings& s) {
-            s.inputGainDb = 6.0f;
-            s.truePeak = true;
-            s.ceilingDb = -0.1f;
-            s.link = 0.5f;
-            s.saturation = 0.5f;
-            s.bits = 16;
-        }),
-        golden("InstantUpperLink16BitShaped", 0x7aef81ea845c558full, [](Settings& s) {
-            s.inputGainDb = 10.0f;
-            s.attack = 0.0f;
-            s.release = 0.15f;
-            s.lookahead = 0.0f;
-            s.link = 0.75f;
-            s.saturation = 1.0f;
-            s.bits = 16;
-            s.shaping = 1.0f;
-        }),
-        golden("TruePeak24Bit", 0xd9b7cd270e68a4b0ull, [](Settings& s) {
-            s.inputGainDb = 3.0f;
-            s.attack = 0.04f;
-            s.release = 0.3f;
-            s.lookahead = 0.001f;
-            s.truePeak = true;
-            s.ceilingDb = -1.0f;
-            s.link = 0.4f;
-            s.saturation = 0.2f;
-            s.bits = 24;
-        }),
-        golden("SlowMonitorLinked24BitShaped", 0xaa759bf01ab63aeaull, [](Settings& s) {
-            s.inputGainDb = 8.0f;
-            s.attack = 1.0f;
-            s.release = 1.0f;
-            s.lookahead = 0.003f;
-            s.ceilingDb = -3.0f;
-            s.link = 1.0f;
-            s.monitor = true;
-            s.saturation = 0.9f;
-            s.bits = 24;
-            s.shaping = 0.5f;
-        }),
-        golden("TruePeakUnlinked16BitHalfShaped", 0x4b33fce2b1fc6d52ull, [](Settings& s) {
-            s.inputGainDb = 14.0f;
-            s.truePeak = true;
-            s.link = 0.0f;
-            s.aes17 = false;
-            s.bits = 16;
-            s.shaping = 0.5f;
-        }),
+        {"SamplePeakSaturated",
+            Settings().withGain(6.0f).withAttack(0.04f).withRelease(0.5f).withLookahead(0.001f).withCeiling(-0.1f)
+                .withLink(0.35f).withSaturation(0.3f),
+            0x80e6aacdf9a9d7a7ull},
+        {"TruePeakLinked8Bit",
+            Settings().withGain(9.0f).withAttack(0.02f).withRelease(0.3f).withTruePeak(true).withCeiling(-1.0f)
+                .withLink(1.0f).withBits(8),
+            0x881e313a54deb6abull},
+        {"MonitorUnlinked8BitShaped",
+            Settings().withGain(12.0f).withLookahead(0.0015f).withLink(0.0f).withMonitor(true).withSaturation(0.8f)
+                .withBits(8).withShaping(1.0f),
+            0x4e14d3b12cda6531ull},
+        {"TruePeak16Bit",
+            Settings().withGain(6.0f).withTruePeak(true).withCeiling(-0.1f).withLink(0.5f).withSaturation(0.5f)
+                .withBits(16),
+            0xe92626db5319eee7ull},
+        {"InstantUpperLink16BitShaped",
+            Settings().withGain(10.0f).withAttack(0.0f).withRelease(0.15f).withLookahead(0.0f).withLink(0.75f)
+                .withSaturation(1.0f).withBits(16).withShaping(1.0f),
+            0x7aef81ea845c558full},
+        {"TruePeak24Bit",
+            Settings().withGain(3.0f).withAttack(0.04f).withRelease(0.3f).withLookahead(0.001f).withTruePeak(true)
+                .withCeiling(-1.0f).withLink(0.4f).withSaturation(0.2f).withBits(24),
+            0xd9b7cd270e68a4b0ull},
+        {"SlowMonitorLinked24BitShaped",
+            Settings().withGain(8.0f).withAttack(1.0f).withRelease(1.0f).withLookahead(0.003f).withCeiling(-3.0f)
+                .withLink(1.0f).withMonitor(true).withSaturation(0.9f).withBits(24).withShaping(0.5f),
+            0xaa759bf01ab63aeaull},
+        {"TruePeakUnlinked16BitHalfShaped",
+            Settings().withGain(14.0f).withTruePeak(true).withLink(0.0f).withAes17(false).withBits(16).withShaping(0.5f),
+            0x4b33fce2b1fc6d52ull},
     };
 }
 
@@ -214,9 +158,7 @@ public:
         for (const GoldenRender& r : goldenRenders())
             if (std::strcmp(r.name, name) == 0)
             {
-                CLimiter limiter(2);
-                apply(limiter, r.settings);
-                const uint64_t sum = checksum(render(limiter, goldenSignal(), 512));
+                const uint64_t sum = checksum(limit(r.settings, goldenSignal()));
                 std::printf("\n%s%016llx\n", checksumTag, static_cast<unsigned long long>(sum));
                 std::fflush(stdout);
                 std::_Exit(0);
@@ -255,28 +197,14 @@ std::optional<uint64_t> renderInFreshProcess(const char* name)
     const int spawned = posix_spawn(&pid, program.c_str(), &actions, nullptr, arguments, environment.data());
     posix_spawn_file_actions_destroy(&actions);
     close(fds[1]);
-    std::string output;
-    if (spawned == 0)
-    {
-        char chunk[4096];
-        for (;;)
-        {
-            const ssize_t got = read(fds[0], chunk, sizeof chunk);
-            if (got > 0)
-                output.append(chunk, static_cast<size_t>(got));
-            else if (got == 0 || errno != EINTR)
-                break;
-        }
-    }
-    close(fds[0]);
     if (spawned != 0)
-        return std::nullopt;
-    int status = 0;
-    while (waitpid(pid, &status, 0) < 0 && errno == EINTR)
     {
+        close(fds[0]);
+        return std::nullopt;
     }
+    const std::string output = readToEnd(fds[0]);
     const size_t at = output.find(checksumTag);
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0 || at == std::string::npos)
+    if (exitCodeOf(pid) != 0 || at == std::string::npos)
         return std::nullopt;
     return std::strtoull(output.c_str() + at + std::strlen(checksumTag), nullptr, 16);
 }

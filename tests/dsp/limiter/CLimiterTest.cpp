@@ -3,14 +3,11 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-#include <unistd.h>
 #if defined(__x86_64__) || defined(__i386__)
 #include <xmmintrin.h>
 #endif
 
 #include <atomic>
-#include <cerrno>
 #include <cfloat>
 #include <cmath>
 #include <cstdint>
@@ -29,23 +26,11 @@
 using namespace limiter_test;
 
 // Every allocation of the test program is counted, so that a test can show
-// that none happens inside process().
+// that none happens inside process(). The library's array and nothrow forms
+// call these two.
 namespace
 {
 std::atomic<long> allocationCount{0};
-
-void* countedAllocation(std::size_t size)
-{
-    allocationCount.fetch_add(1, std::memory_order_relaxed);
-    return std::malloc(size == 0 ? 1 : size);
-}
-
-void* countedAlignedAllocation(std::size_t size, std::align_val_t alignment)
-{
-    allocationCount.fetch_add(1, std::memory_order_relaxed);
-    const std::size_t a = static_cast<std::size_t>(alignment);
-    return std::aligned_alloc(a, (size + a) / a * a);
-}
 
 // Kept out of line: inlined into the replaced operator delete, GCC would take
 // free() of memory from operator new for a mismatched pair.
@@ -57,62 +42,25 @@ void* countedAlignedAllocation(std::size_t size, std::align_val_t alignment)
 
 void* operator new(std::size_t size)
 {
-    if (void* p = countedAllocation(size))
+    allocationCount.fetch_add(1, std::memory_order_relaxed);
+    if (void* p = std::malloc(size == 0 ? 1 : size))
         return p;
     throw std::bad_alloc();
-}
-
-void* operator new[](std::size_t size)
-{
-    if (void* p = countedAllocation(size))
-        return p;
-    throw std::bad_alloc();
-}
-
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept
-{
-    return countedAllocation(size);
-}
-
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
-{
-    return countedAllocation(size);
 }
 
 void* operator new(std::size_t size, std::align_val_t alignment)
 {
-    if (void* p = countedAlignedAllocation(size, alignment))
+    allocationCount.fetch_add(1, std::memory_order_relaxed);
+    const std::size_t a = static_cast<std::size_t>(alignment);
+    if (void* p = std::aligned_alloc(a, (size + a) / a * a))
         return p;
     throw std::bad_alloc();
-}
-
-void* operator new[](std::size_t size, std::align_val_t alignment)
-{
-    if (void* p = countedAlignedAllocation(size, alignment))
-        return p;
-    throw std::bad_alloc();
-}
-
-void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept
-{
-    return countedAlignedAllocation(size, alignment);
-}
-
-void* operator new[](std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept
-{
-    return countedAlignedAllocation(size, alignment);
 }
 
 void operator delete(void* p) noexcept { release(p); }
-void operator delete[](void* p) noexcept { release(p); }
 void operator delete(void* p, std::size_t) noexcept { release(p); }
-void operator delete[](void* p, std::size_t) noexcept { release(p); }
-void operator delete(void* p, const std::nothrow_t&) noexcept { release(p); }
-void operator delete[](void* p, const std::nothrow_t&) noexcept { release(p); }
 void operator delete(void* p, std::align_val_t) noexcept { release(p); }
-void operator delete[](void* p, std::align_val_t) noexcept { release(p); }
 void operator delete(void* p, std::size_t, std::align_val_t) noexcept { release(p); }
-void operator delete[](void* p, std::size_t, std::align_val_t) noexcept { release(p); }
 
 namespace
 {
@@ -158,22 +106,14 @@ double clipLevelTolerance(int bits)
     return bits > 2 ? std::ldexp(1.0, 1 - bits) : 1e-6;
 }
 
-uint32_t bitsOf(float x)
-{
-    uint32_t u;
-    std::memcpy(&u, &x, sizeof u);
-    return u;
-}
-
 // Index of the first sample whose bit pattern differs, or -1.
 long firstDifference(const std::vector<float>& a, const std::vector<float>& b)
 {
     if (a.size() != b.size())
         return 0;
-    for (size_t i = 0; i < a.size(); ++i)
-        if (bitsOf(a[i]) != bitsOf(b[i]))
-            return static_cast<long>(i);
-    return -1;
+    const auto differ = std::mismatch(a.begin(), a.end(), b.begin(),
+        [](float x, float y) { return std::memcmp(&x, &y, sizeof x) == 0; });
+    return differ.first == a.end() ? -1 : differ.first - a.begin();
 }
 
 // Runs job in a child forked from this process and returns what it produced.
@@ -195,8 +135,7 @@ std::optional<std::vector<float>> runIsolated(const std::function<std::vector<fl
         close(fds[0]);
         const std::vector<float> samples = job();
         const char* data = reinterpret_cast<const char*>(samples.data());
-        size_t left = samples.size() * sizeof(float);
-        while (left > 0)
+        for (size_t left = samples.size() * sizeof(float); left > 0;)
         {
             const ssize_t written = write(fds[1], data, left);
             if (written <= 0)
@@ -204,26 +143,11 @@ std::optional<std::vector<float>> runIsolated(const std::function<std::vector<fl
             data += written;
             left -= static_cast<size_t>(written);
         }
-        close(fds[1]);
         _exit(0);
     }
     close(fds[1]);
-    std::vector<char> bytes;
-    char chunk[1 << 16];
-    for (;;)
-    {
-        const ssize_t got = read(fds[0], chunk, sizeof chunk);
-        if (got > 0)
-            bytes.insert(bytes.end(), chunk, chunk + got);
-        else if (got == 0 || errno != EINTR)
-            break;
-    }
-    close(fds[0]);
-    int status = 0;
-    while (waitpid(pid, &status, 0) < 0 && errno == EINTR)
-    {
-    }
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0 || bytes.size() % sizeof(float) != 0)
+    const std::string bytes = readToEnd(fds[0]);
+    if (exitCodeOf(pid) != 0 || bytes.size() % sizeof(float) != 0)
         return std::nullopt;
     std::vector<float> samples(bytes.size() / sizeof(float));
     std::memcpy(samples.data(), bytes.data(), bytes.size());
@@ -231,19 +155,14 @@ std::optional<std::vector<float>> runIsolated(const std::function<std::vector<fl
 }
 
 // Renders in a forked child (see runIsolated) and returns the channels.
-std::optional<Buffer> renderIsolated(const Settings& settings, const Buffer& in, int blockSize, bool inPlace = false)
+std::optional<Buffer> renderIsolated(const Settings& settings, const Buffer& in)
 {
-    const auto flat = runIsolated([&] {
-        CLimiter limiter(static_cast<int>(in.size()));
-        apply(limiter, settings);
-        return flatten(render(limiter, in, blockSize, inPlace));
-    });
+    const auto flat = runIsolated([&] { return flatten(limit(settings, in)); });
     if (!flat)
         return std::nullopt;
-    Buffer out = makeBuffer(static_cast<int>(in.size()), static_cast<int>(in[0].size()));
+    Buffer out = in;
     for (size_t ch = 0; ch < out.size(); ++ch)
-        std::copy(flat->begin() + static_cast<long>(ch * out[ch].size()),
-            flat->begin() + static_cast<long>((ch + 1) * out[ch].size()), out[ch].begin());
+        std::copy_n(flat->begin() + static_cast<long>(ch * out[ch].size()), out[ch].size(), out[ch].begin());
     return out;
 }
 
@@ -274,19 +193,16 @@ std::string describe(const Settings& s)
 
 TEST(CLimiterLatencyTest, ReportedLatencyIgnoresLookaheadRateAndChannelCount)
 {
-    const float rates[] = {22050.0f, 44100.0f, 96000.0f, 192000.0f};
-    const float lookaheads[] = {0.0f, 0.001f, 0.002f, 0.003f, 0.05f};
     for (int channels : {1, 2, 4})
     {
         CLimiter limiter(channels);
         EXPECT_EQ(limiter.getLatency(), 1535);
-        for (float fs : rates)
-            for (float seconds : lookaheads)
+        for (float fs : {22050.0f, 44100.0f, 96000.0f, 192000.0f})
+            for (float seconds : {0.0f, 0.001f, 0.002f, 0.003f, 0.05f})
             {
                 limiter.setSampleRate(fs);
                 limiter.setLookahead(seconds);
-                Buffer block = makeBuffer(channels, 64);
-                render(limiter, block, 64);
+                render(limiter, makeBuffer(channels, 64), 64);
                 EXPECT_EQ(limiter.getLatency(), 1535) << channels << " channels, fs " << fs << ", look-ahead " << seconds;
             }
     }
@@ -301,32 +217,23 @@ TEST(CLimiterLatencyTest, ImpulseLeavesAfterTheLatencyShapedOnlyByTheOneHertzHig
     // not saturate) plus 511 (delay line), through the high-pass
     // y = x - state, state = p*(state - x) + x, i.e. y = p*(x - old state):
     //   first sample p*a, then -(1-p)*p^k*a (plus the noise of silence).
-    struct Case
-    {
-        float fs;
-        float lookahead;
-        bool truePeak;
-    };
-    const Case cases[] = {
-        {44100.0f, 0.002f, false}, {22050.0f, 0.0f, true}, {96000.0f, 0.003f, false}, {192000.0f, 0.001f, true}};
+    const Settings cases[] = {Settings().withLookahead(0.002f),
+        Settings().withRate(22050.0f).withLookahead(0.0f).withTruePeak(true),
+        Settings().withRate(96000.0f).withLookahead(0.003f),
+        Settings().withRate(192000.0f).withLookahead(0.001f).withTruePeak(true)};
     const int impulseAt[2] = {100, 300};
     const float amplitude[2] = {0.5f, -0.25f};
 
-    for (const Case& c : cases)
+    for (const Settings& s : cases)
     {
-        SCOPED_TRACE(testing::Message() << "fs " << c.fs << ", look-ahead " << c.lookahead << ", true peak " << c.truePeak);
-        Settings s;
-        s.sampleRate = c.fs;
-        s.lookahead = c.lookahead;
-        s.truePeak = c.truePeak;
-        CLimiter limiter(2);
-        apply(limiter, s);
+        SCOPED_TRACE(describe(s));
         Buffer in = makeBuffer(2, latency + 600);
         for (int ch = 0; ch < 2; ++ch)
             in[ch][impulseAt[ch]] = amplitude[ch];
+        SetUpLimiter limiter(s);
         const Buffer out = render(limiter, in, 256);
 
-        const double p = highPassPole(c.fs);
+        const double p = highPassPole(s.sampleRate);
         for (int ch = 0; ch < 2; ++ch)
         {
             const int arrival = impulseAt[ch] + latency;
@@ -340,10 +247,8 @@ TEST(CLimiterLatencyTest, ImpulseLeavesAfterTheLatencyShapedOnlyByTheOneHertzHig
             // the roundings of the products); the noise adds 2e-8.
             const double tailTolerance = noiseBound + std::fabs(a) * 2.0 * std::ldexp(1.0, -24);
             for (int k = 1; k <= 200; ++k)
-            {
-                const double expected = -(1.0 - p) * std::pow(p, k) * a;
-                ASSERT_NEAR(out[ch][arrival + k], expected, tailTolerance) << "channel " << ch << ", " << k << " after";
-            }
+                ASSERT_NEAR(out[ch][arrival + k], -(1.0 - p) * std::pow(p, k) * a, tailTolerance)
+                    << "channel " << ch << ", " << k << " after";
         }
     }
 }
@@ -367,8 +272,7 @@ TEST(CLimiterSilenceTest, SilenceBecomesTinyNoiseBehindTheFrameStage)
             {
                 ASSERT_NE(out[ch][n], 0.0f) << "channel " << ch << ", sample " << n;
             }
-            if (out[ch][n] > 0.0f)
-                ++positive;
+            positive += out[ch][n] > 0.0f;
         }
         const double share = positive / static_cast<double>(frames - 511);
         EXPECT_GT(share, 0.45) << "channel " << ch;
@@ -382,71 +286,48 @@ TEST(CLimiterSilenceTest, SilenceBecomesTinyNoiseBehindTheFrameStage)
 
 TEST(CLimiterCeilingTest, OutputStaysWithinTheClipLevelAcrossSettings)
 {
-    const float rates[] = {22050.0f, 44100.0f, 96000.0f, 192000.0f};
     const float lookaheads[] = {0.0f, 0.001f, 0.003f};
     const float times[] = {0.0f, 1.0f};
     const float links[] = {0.0f, 0.5f, 1.0f};
-    const int wordLengths[] = {0, 8, 16, 24};
-    const float ceilings[] = {0.0f, -10.0f};
     const float saturations[] = {0.0f, 0.5f, 1.0f};
 
     std::vector<Settings> grid;
     int k = 0;
-    for (float fs : rates)
+    for (float fs : {22050.0f, 44100.0f, 96000.0f, 192000.0f})
         for (bool truePeak : {false, true})
-            for (float ceilingDb : ceilings)
-                for (int bits : wordLengths)
+            for (float ceilingDb : {0.0f, -10.0f})
+                for (int bits : {0, 8, 16, 24})
                     for (int j = 0; j < 2; ++j, ++k)
-                    {
-                        Settings s;
-                        s.sampleRate = fs;
-                        s.truePeak = truePeak;
-                        s.ceilingDb = ceilingDb;
-                        s.bits = bits;
                         // The 36 combinations of the dynamics settings turn
                         // over faster than the rest, so every rate meets
                         // nearly all of them.
-                        s.lookahead = lookaheads[k % 3];
-                        s.attack = times[(k / 3) % 2];
-                        s.release = times[(k / 6) % 2];
-                        s.link = links[(k / 12) % 3];
-                        s.shaping = ((k / 36) % 2) ? 1.0f : 0.0f;
-                        s.saturation = saturations[(k / 2) % 3];
-                        s.inputGainDb = (k % 5 == 0) ? 12.0f : 0.0f;
-                        grid.push_back(s);
-                    }
+                        grid.push_back(Settings().withRate(fs).withTruePeak(truePeak).withCeiling(ceilingDb)
+                                           .withBits(bits).withLookahead(lookaheads[k % 3])
+                                           .withAttack(times[(k / 3) % 2]).withRelease(times[(k / 6) % 2])
+                                           .withLink(links[(k / 12) % 3]).withShaping(((k / 36) % 2) ? 1.0f : 0.0f)
+                                           .withSaturation(saturations[(k / 2) % 3])
+                                           .withGain((k % 5 == 0) ? 12.0f : 0.0f));
     // The combinations most likely to overshoot: no look-ahead with instant
     // times, the clamped longest look-ahead with the slowest times, coarse
     // shaped 8-bit output under a low ceiling, monitoring with a large gain.
-    auto risky = [&](float fs, float lookahead, float attack, float release, float link, bool truePeak, int bits,
-                     float shaping, float ceilingDb, float gainDb, float saturation, bool monitor) {
-        Settings s;
-        s.sampleRate = fs;
-        s.lookahead = lookahead;
-        s.attack = attack;
-        s.release = release;
-        s.link = link;
-        s.truePeak = truePeak;
-        s.bits = bits;
-        s.shaping = shaping;
-        s.ceilingDb = ceilingDb;
-        s.inputGainDb = gainDb;
-        s.saturation = saturation;
-        s.monitor = monitor;
-        grid.push_back(s);
-    };
-    risky(22050.0f, 0.0f, 0.0f, 0.0f, 1.0f, true, 8, 1.0f, -10.0f, 20.0f, 1.0f, false);
-    risky(192000.0f, 0.003f, 1.0f, 1.0f, 0.5f, true, 24, 1.0f, 0.0f, 20.0f, 0.5f, false);
-    risky(192000.0f, 0.0f, 0.0f, 0.0f, 0.0f, false, 16, 1.0f, -10.0f, 12.0f, 0.0f, false);
-    risky(44100.0f, 0.003f, 0.0f, 1.0f, 0.75f, true, 8, 0.0f, 0.0f, 20.0f, 1.0f, true);
-    risky(96000.0f, 0.001f, 1.0f, 0.0f, 0.25f, false, 0, 0.0f, -10.0f, 20.0f, 0.5f, false);
+    grid.push_back(Settings().withRate(22050.0f).withLookahead(0.0f).withAttack(0.0f).withRelease(0.0f).withLink(1.0f)
+                       .withTruePeak(true).withBits(8).withShaping(1.0f).withCeiling(-10.0f).withGain(20.0f)
+                       .withSaturation(1.0f));
+    grid.push_back(Settings().withRate(192000.0f).withLookahead(0.003f).withAttack(1.0f).withRelease(1.0f)
+                       .withLink(0.5f).withTruePeak(true).withBits(24).withShaping(1.0f).withGain(20.0f)
+                       .withSaturation(0.5f));
+    grid.push_back(Settings().withRate(192000.0f).withLookahead(0.0f).withAttack(0.0f).withRelease(0.0f)
+                       .withLink(0.0f).withBits(16).withShaping(1.0f).withCeiling(-10.0f).withGain(12.0f));
+    grid.push_back(Settings().withLookahead(0.003f).withAttack(0.0f).withRelease(1.0f).withLink(0.75f)
+                       .withTruePeak(true).withBits(8).withGain(20.0f).withSaturation(1.0f).withMonitor(true));
+    grid.push_back(Settings().withRate(96000.0f).withLookahead(0.001f).withAttack(1.0f).withRelease(0.0f)
+                       .withLink(0.25f).withCeiling(-10.0f).withGain(20.0f).withSaturation(0.5f));
 
     const int frames = latency + 8192;
     uint32_t seed = 1;
     for (const Settings& s : grid)
     {
-        CLimiter limiter(2);
-        apply(limiter, s);
+        SetUpLimiter limiter(s);
         const Buffer out = render(limiter, loudMix(s.sampleRate, frames, seed++), 512);
         const float clip = limiter.getClipLevel();
         ASSERT_NEAR(clip, expectedClipLevel(s.ceilingDb, s.bits), clipLevelTolerance(s.bits)) << describe(s);
@@ -475,14 +356,7 @@ TEST(CLimiterCeilingTest, ConstantPeaksSettleOnTheCeiling)
     // 7e-5 of the amplitude between the two signs.
     for (float ceilingDb : {0.0f, -0.1f, -10.0f})
     {
-        Settings s;
-        s.ceilingDb = ceilingDb;
-        CLimiter limiter(2);
-        apply(limiter, s);
-        Buffer in = makeBuffer(2, latency + 8000);
-        fillAlternating(in[0], 0, latency + 8000, 4.0f);
-        fillAlternating(in[1], 0, latency + 8000, -4.0f);
-        const Buffer out = render(limiter, in, 512);
+        const Buffer out = limit(Settings().withCeiling(ceilingDb), alternating(latency + 8000, 4.0f, -4.0f));
         const double ceiling = std::pow(10.0, ceilingDb * 0.05);
         for (int ch = 0; ch < 2; ++ch)
             EXPECT_LT(worstRelativeDeviation(out[ch], latency + 2000, latency + 8000, ceiling), 3e-4)
@@ -500,60 +374,47 @@ namespace
 // largest code) decides the sample.
 Buffer clicks(int frames, float clickSize)
 {
-    Buffer in = makeBuffer(2, frames);
-    TestNoise noise(7);
-    for (int ch = 0; ch < 2; ++ch)
-        for (int n = 0; n < frames; ++n)
-            in[ch][n] = 0.05f * noise.next();
+    Buffer in = noise(frames, 0.05f, 7);
     for (int n = 1000, sign = 1; n < frames; n += 400, sign = -sign)
-        for (int ch = 0; ch < 2; ++ch)
-            in[ch][n] = static_cast<float>(sign) * clickSize;
+        in[0][n] = in[1][n] = static_cast<float>(sign) * clickSize;
     return in;
 }
 
 Settings clickSettings(int bits, float ceilingDb)
 {
-    Settings s;
-    s.attack = 0.0f;
-    s.release = 0.0f;
-    s.bits = bits;
-    s.ceilingDb = ceilingDb;
-    return s;
+    return Settings().withAttack(0.0f).withRelease(0.0f).withBits(bits).withCeiling(ceilingDb);
 }
 }
 
-TEST(CLimiterClipLevelTest, SixteenBitsAtMinusTenthDbClipsOnTheWordGrid)
+TEST(CLimiterClipLevelTest, SixteenBitClicksLandOnTheWordGridAtTheClipLevel)
 {
-    // 10^(-0.1/20) = 0.988553 lies between the codes 32392 and 32393.
-    CLimiter limiter(2);
-    apply(limiter, clickSettings(16, -0.1f));
-    const Buffer out = render(limiter, clicks(latency + 6000, 10.0f), 512);
-    const float clip = 32392.0f / 32768.0f;
-    EXPECT_EQ(limiter.getClipLevel(), clip);
-    for (int ch = 0; ch < 2; ++ch)
+    // 10^(-0.1/20) = 0.988553 lies between the codes 32392 and 32393. At
+    // 0 dB the clip level is exactly 1.0 and what reaches it is the word
+    // itself: overshooting clicks land on the largest codes, +32767 and -32768.
+    struct Case
     {
-        EXPECT_EQ(*std::max_element(out[ch].begin(), out[ch].end()), clip) << "channel " << ch;
-        EXPECT_EQ(*std::min_element(out[ch].begin(), out[ch].end()), -clip) << "channel " << ch;
-        for (int n = 0; n < static_cast<int>(out[ch].size()); ++n)
+        float ceilingDb;
+        float clip;
+        float highest;
+        float lowest;
+    };
+    const Case cases[] = {{-0.1f, 32392.0f / 32768.0f, 32392.0f / 32768.0f, -32392.0f / 32768.0f},
+        {0.0f, 1.0f, 32767.0f / 32768.0f, -1.0f}};
+    for (const Case& c : cases)
+    {
+        SetUpLimiter limiter(clickSettings(16, c.ceilingDb));
+        const Buffer out = render(limiter, clicks(latency + 6000, 10.0f), 512);
+        EXPECT_EQ(limiter.getClipLevel(), c.clip);
+        for (int ch = 0; ch < 2; ++ch)
         {
-            const float code = out[ch][n] * 32768.0f;
-            ASSERT_EQ(code, std::floor(code)) << "off the 16-bit grid: channel " << ch << ", sample " << n;
+            EXPECT_EQ(*std::max_element(out[ch].begin(), out[ch].end()), c.highest) << c.ceilingDb << " dB, " << ch;
+            EXPECT_EQ(*std::min_element(out[ch].begin(), out[ch].end()), c.lowest) << c.ceilingDb << " dB, " << ch;
+            for (int n = 0; n < static_cast<int>(out[ch].size()); ++n)
+            {
+                const float code = out[ch][n] * 32768.0f;
+                ASSERT_EQ(code, std::floor(code)) << "off the 16-bit grid: channel " << ch << ", sample " << n;
+            }
         }
-    }
-}
-
-TEST(CLimiterClipLevelTest, SixteenBitsAtZeroDbIsFullScale)
-{
-    // The clip level is exactly 1.0; what reaches it is the word itself:
-    // overshooting clicks land on the largest codes, +32767 and -32768.
-    CLimiter limiter(2);
-    apply(limiter, clickSettings(16, 0.0f));
-    const Buffer out = render(limiter, clicks(latency + 6000, 10.0f), 512);
-    EXPECT_EQ(limiter.getClipLevel(), 1.0f);
-    for (int ch = 0; ch < 2; ++ch)
-    {
-        EXPECT_EQ(*std::max_element(out[ch].begin(), out[ch].end()), 32767.0f / 32768.0f) << "channel " << ch;
-        EXPECT_EQ(*std::min_element(out[ch].begin(), out[ch].end()), -1.0f) << "channel " << ch;
     }
 }
 
@@ -579,16 +440,14 @@ TEST(CLimiterClipLevelTest, WordLengthsRoundTheCeilingDown)
     };
     for (const Case& c : cases)
     {
-        CLimiter limiter(2);
-        apply(limiter, clickSettings(c.bits, c.ceilingDb));
+        SetUpLimiter limiter(clickSettings(c.bits, c.ceilingDb));
         render(limiter, makeBuffer(2, 64), 64);
         EXPECT_NEAR(limiter.getClipLevel(), c.clip, clipLevelTolerance(c.bits)) << c.bits << " bits, " << c.ceilingDb << " dB";
     }
 
     // A change of word length or ceiling while running applies from the
     // next block on.
-    CLimiter limiter(2);
-    apply(limiter, clickSettings(16, -0.1f));
+    SetUpLimiter limiter(clickSettings(16, -0.1f));
     render(limiter, makeBuffer(2, 64), 64);
     limiter.setNumBits(8);
     render(limiter, makeBuffer(2, 64), 64);
@@ -602,22 +461,26 @@ TEST(CLimiterClipLevelTest, WordLengthsRoundTheCeilingDown)
 // Look-ahead
 // ---------------------------------------------------------------------------
 
+namespace
+{
+struct LookaheadCase
+{
+    float fs;
+    float seconds;
+    int samples;
+};
+}
+
 TEST(CLimiterLookaheadTest, SamplesAreRoundedAndClampedToFourTo507)
 {
-    struct Case
-    {
-        float fs;
-        float seconds;
-        int samples;
-    };
-    const Case cases[] = {
+    const LookaheadCase cases[] = {
         {44100.0f, 0.0f, 4},      {44100.0f, -1.0f, 4},     {44100.0f, 0.00005f, 4}, // 2.2 samples
         {44100.0f, 0.001f, 44},   {44100.0f, 0.00136f, 60}, // 59.98 rounds up
         {44100.0f, 0.002f, 88},   {44100.0f, 0.003f, 132},  {22050.0f, 0.003f, 66},
         {96000.0f, 0.001f, 96},   {192000.0f, 0.0026f, 499}, {192000.0f, 0.003f, 507}, // 576 clamped
         {192000.0f, 1.0f, 507},
     };
-    for (const Case& c : cases)
+    for (const LookaheadCase& c : cases)
     {
         CLimiter limiter(2);
         limiter.setSampleRate(c.fs);
@@ -629,14 +492,13 @@ TEST(CLimiterLookaheadTest, SamplesAreRoundedAndClampedToFourTo507)
     // The time is kept in seconds: a new rate recomputes the samples.
     CLimiter limiter(2);
     limiter.setLookahead(0.003f);
-    render(limiter, makeBuffer(2, 64), 64);
-    EXPECT_EQ(limiter.getLookaheadSamples(), 132);
-    limiter.setSampleRate(192000.0f);
-    render(limiter, makeBuffer(2, 64), 64);
-    EXPECT_EQ(limiter.getLookaheadSamples(), 507);
-    limiter.setSampleRate(22050.0f);
-    render(limiter, makeBuffer(2, 64), 64);
-    EXPECT_EQ(limiter.getLookaheadSamples(), 66);
+    const std::pair<float, int> rates[] = {{44100.0f, 132}, {192000.0f, 507}, {22050.0f, 66}};
+    for (const auto& [fs, samples] : rates)
+    {
+        limiter.setSampleRate(fs);
+        render(limiter, makeBuffer(2, 64), 64);
+        EXPECT_EQ(limiter.getLookaheadSamples(), samples) << fs;
+    }
 }
 
 namespace
@@ -646,14 +508,10 @@ namespace
 // are compared bit for bit. Returns -1 if they never differ.
 long firstAffectedSample(const Settings& s, float clickSize, int clickAt, int frames)
 {
-    Buffer in = makeBuffer(2, frames);
-    TestNoise noise(11);
-    for (int ch = 0; ch < 2; ++ch)
-        for (int n = 0; n < frames; ++n)
-            in[ch][n] = 0.2f * noise.next();
-    const auto plain = renderIsolated(s, in, 512);
+    Buffer in = noise(frames, 0.2f, 11);
+    const auto plain = renderIsolated(s, in);
     in[0][clickAt] = clickSize;
-    const auto clicked = renderIsolated(s, in, 512);
+    const auto clicked = renderIsolated(s, in);
     if (!plain || !clicked)
         return -2;
     // Link 0: the right channel must not notice the click at all.
@@ -678,20 +536,12 @@ TEST(CLimiterLookaheadTest, GainStartsFallingExactlyLookaheadSamplesBeforeAPeak)
     // 1.5e-6, for that c) that a section can stay short of a level it has
     // settled on. No saturation: the frame stage then passes samples one by
     // one and cannot spread the click.
-    struct Case
-    {
-        float fs;
-        float seconds;
-        int samples;
-    };
-    const Case cases[] = {{44100.0f, 0.0f, 4}, {44100.0f, 0.001f, 44}, {22050.0f, 0.002f, 44}, {192000.0f, 0.003f, 507}};
+    const LookaheadCase cases[] = {
+        {44100.0f, 0.0f, 4}, {44100.0f, 0.001f, 44}, {22050.0f, 0.002f, 44}, {192000.0f, 0.003f, 507}};
     const int clickAt = 2000;
-    for (const Case& c : cases)
+    for (const LookaheadCase& c : cases)
     {
-        Settings s;
-        s.sampleRate = c.fs;
-        s.lookahead = c.seconds;
-        s.link = 0.0f;
+        const Settings s = Settings().withRate(c.fs).withLookahead(c.seconds).withLink(0.0f);
         EXPECT_EQ(firstAffectedSample(s, 100.0f, clickAt, latency + 3000), clickAt + latency - c.samples)
             << "fs " << c.fs << ", look-ahead " << c.seconds;
     }
@@ -704,14 +554,11 @@ TEST(CLimiterLookaheadTest, TruePeakDetectionIsAlignedForItsOwnDelay)
     // click of 5 is seen at the same output sample as without true peak.
     // A click of 20 is seen one sample earlier still, as the newest input of
     // the quarter-point filter (-0.106 x 20 = -2.1, beyond the ceiling).
+    const int clickAt = 2000;
     for (float seconds : {0.0f, 0.002f})
     {
-        Settings s;
-        s.lookahead = seconds;
-        s.truePeak = true;
-        s.link = 0.0f;
+        const Settings s = Settings().withLookahead(seconds).withTruePeak(true).withLink(0.0f);
         const int samples = seconds == 0.0f ? 4 : 88;
-        const int clickAt = 2000;
         EXPECT_EQ(firstAffectedSample(s, 5.0f, clickAt, latency + 3000), clickAt + latency - samples) << seconds;
         EXPECT_EQ(firstAffectedSample(s, 20.0f, clickAt, latency + 3000), clickAt + latency - samples - 1) << seconds;
     }
@@ -727,25 +574,18 @@ TEST(CLimiterLookaheadTest, APeakDetectedAsTheHoldExpiresTakesOverTheHold)
     // then 4 for L+1 samples, then 2 for L+1 samples. Were it left out of
     // the rescan, v would fall back to 1 and the click would leave at the
     // clamp.
-    const double fs = 44100.0;
     const int L = 88;
-    Settings s;
-    s.attack = 0.0f;
-    s.release = 0.0f;
-    s.link = 0.0f;
     const int first = 3000;
     const int second = first + L + 1;
     Buffer in = makeBuffer(2, latency + 4000);
     in[0][first] = 4.0f;
     in[0][second] = 2.0f;
-    CLimiter limiter(2);
-    apply(limiter, s);
-    const Buffer out = render(limiter, in, 512);
+    const Buffer out = limit(Settings().withAttack(0.0f).withRelease(0.0f).withLink(0.0f), in);
 
     // Through the high-pass on silence: y = p*(x - state); the first click
     // leaves (1-p)*4 in the state, which decays by p over the L samples
     // between the two.
-    const double p = highPassPole(fs);
+    const double p = highPassPole(44100.0);
     const double big = 4.0 * p;
     const double small = p * (2.0 - (1.0 - p) * 4.0 * std::pow(p, L));
     const double c = static_cast<double>(std::exp(-10.0f / L));
@@ -754,10 +594,7 @@ TEST(CLimiterLookaheadTest, APeakDetectedAsTheHoldExpiresTakesOverTheHold)
     {
         double v = k <= L ? big : small;
         for (double& stage : section)
-        {
-            stage = v + (stage - v) * c;
-            v = stage;
-        }
+            v = stage = v + (stage - v) * c;
     }
     // Noise and rounding move s3 by far less than 1e-5.
     EXPECT_NEAR(out[0][second + latency], small / section[3], 1e-4);
@@ -777,6 +614,9 @@ double smoothingDelay(int lookaheadSamples)
     const double c = std::exp(-10.0 / lookaheadSamples);
     return 4.0 * c / (1.0 - c);
 }
+
+// Level of +-0.1 through the input high-pass at 44.1 kHz.
+const double quietLevel = 0.1 * nyquistGain(44100.0);
 }
 
 TEST(CLimiterDynamicsTest, LinkedChannelFollowsTheAttackLaw)
@@ -790,28 +630,20 @@ TEST(CLimiterDynamicsTest, LinkedChannelFollowsTheAttackLaw)
     const float fs = 44100.0f;
     const float attack = 0.1f;
     const int L = 88;
-    Settings s;
-    s.attack = attack;
-    s.release = 1.0f;
-    s.link = 0.5f;
     const int quiet = 52920;
     const int frames = quiet + 10000 + latency;
-    Buffer in = makeBuffer(2, frames);
-    fillAlternating(in[0], 0, quiet, 0.1f);
+    Buffer in = alternating(frames, 0.1f, 0.1f);
     fillAlternating(in[0], quiet, frames, 4.0f);
-    fillAlternating(in[1], 0, frames, 0.1f);
-    CLimiter limiter(2);
-    apply(limiter, s);
-    const Buffer out = render(limiter, in, 512);
+    const Buffer out = limit(Settings().withAttack(attack).withRelease(1.0f).withLink(0.5f), in);
 
     const int stepOut = quiet + latency;
-    const double level = 0.1 * nyquistGain(fs);
     for (int m : {2205, 4410, 8820})
     {
         const double t = (m + L + 1 - smoothingDelay(L)) / (fs * attack);
         const double envelope = 4.0 - 3.0 * std::exp(-t);
         // Detection lead and trail are known to a few samples: 0.3 %.
-        EXPECT_NEAR(std::fabs(out[1][stepOut + m]), level / envelope, 3e-3 * level / envelope) << m << " samples after the step";
+        EXPECT_NEAR(std::fabs(out[1][stepOut + m]), quietLevel / envelope, 3e-3 * quietLevel / envelope)
+            << m << " samples after the step";
         // The left channel is limited on its own sliding maximum at once.
         EXPECT_NEAR(std::fabs(out[0][stepOut + m]), 1.0, 3e-4) << m << " samples after the step";
     }
@@ -825,28 +657,29 @@ TEST(CLimiterDynamicsTest, GainRecoversWithTheReleaseLaw)
     const float fs = 44100.0f;
     const float release = 0.1f;
     const int L = 88;
-    Settings s;
-    s.attack = 0.0f;
-    s.release = release;
-    s.link = 0.0f;
     const int loud = 44100;
     const int frames = loud + 10000 + latency;
-    Buffer in = makeBuffer(2, frames);
+    Buffer in = alternating(frames, 0.1f, 0.1f);
     fillAlternating(in[0], 0, loud, 4.0f);
-    fillAlternating(in[0], loud, frames, 0.1f);
-    fillAlternating(in[1], 0, frames, 0.1f);
-    CLimiter limiter(2);
-    apply(limiter, s);
-    const Buffer out = render(limiter, in, 512);
+    const Buffer out = limit(Settings().withAttack(0.0f).withRelease(release).withLink(0.0f), in);
 
     const int lastLoudOut = loud - 1 + latency;
-    const double level = 0.1 * nyquistGain(fs);
     for (int m : {2205, 4410, 8820})
     {
         const double envelope = 1.0 + 3.0 * std::exp(-(m - smoothingDelay(L)) / (fs * release));
-        EXPECT_NEAR(std::fabs(out[0][lastLoudOut + m]), level / envelope, 3e-3 * level / envelope) << m << " samples after";
-        EXPECT_NEAR(std::fabs(out[1][lastLoudOut + m]), level, 2e-4 * level) << "right channel, unlinked";
+        EXPECT_NEAR(std::fabs(out[0][lastLoudOut + m]), quietLevel / envelope, 3e-3 * quietLevel / envelope)
+            << m << " samples after";
+        EXPECT_NEAR(std::fabs(out[1][lastLoudOut + m]), quietLevel, 2e-4 * quietLevel) << "right channel, unlinked";
     }
+}
+
+namespace
+{
+struct LinkCase
+{
+    float link;
+    double rightGain;
+};
 }
 
 TEST(CLimiterLinkTest, SettledGainsFollowBothHalvesOfTheLinkLaw)
@@ -855,28 +688,15 @@ TEST(CLimiterLinkTest, SettledGainsFollowBothHalvesOfTheLinkLaw)
     // its sliding maximum. The right channel's level:
     //   link <= 0.5: max(1, 2*link*4)        -> gains 1, 0.5, 0.25 at 0, 0.25, 0.5
     //   link >  0.5: max(1, 2*(link-0.5)*4, 4) = 4, whatever the link.
-    struct Case
-    {
-        float link;
-        double rightGain;
-    };
-    const Case cases[] = {{0.0f, 1.0}, {0.25f, 0.5}, {0.5f, 0.25}, {0.75f, 0.25}, {1.0f, 0.25}};
+    const LinkCase cases[] = {{0.0f, 1.0}, {0.25f, 0.5}, {0.5f, 0.25}, {0.75f, 0.25}, {1.0f, 0.25}};
     const int frames = latency + 6000;
-    Buffer in = makeBuffer(2, frames);
-    fillAlternating(in[0], 0, frames, 4.0f);
-    fillAlternating(in[1], 0, frames, 0.1f);
-    const double level = 0.1 * nyquistGain(44100.0);
-    for (const Case& c : cases)
+    const Buffer in = alternating(frames, 4.0f, 0.1f);
+    for (const LinkCase& c : cases)
     {
-        Settings s;
-        s.attack = 0.0f;
-        s.release = 1.0f;
-        s.link = c.link;
-        CLimiter limiter(2);
-        apply(limiter, s);
-        const Buffer out = render(limiter, in, 512);
+        const Buffer out = limit(Settings().withAttack(0.0f).withRelease(1.0f).withLink(c.link), in);
         EXPECT_LT(worstRelativeDeviation(out[0], latency + 2000, frames, 1.0), 3e-4) << "link " << c.link;
-        EXPECT_LT(worstRelativeDeviation(out[1], latency + 2000, frames, level * c.rightGain), 3e-4) << "link " << c.link;
+        EXPECT_LT(worstRelativeDeviation(out[1], latency + 2000, frames, quietLevel * c.rightGain), 3e-4)
+            << "link " << c.link;
     }
 }
 
@@ -886,30 +706,16 @@ TEST(CLimiterLinkTest, UpperHalfLinksTheSlidingMaximumLowerHalfOnlyTheEnvelope)
     // after the left channel jumps to +-4, while its sliding maximum is at 4
     // at once. The lower half links envelopes only, so the right channel is
     // untouched; the upper half links 2*(link-0.5) of the sliding maximum.
-    struct Case
-    {
-        float link;
-        double rightGain;
-    };
-    const Case cases[] = {{0.25f, 1.0}, {0.5f, 1.0}, {0.75f, 0.5}, {1.0f, 0.25}};
+    const LinkCase cases[] = {{0.25f, 1.0}, {0.5f, 1.0}, {0.75f, 0.5}, {1.0f, 0.25}};
     const int quiet = 3000;
-    const int frames = quiet + latency + 2500;
-    Buffer in = makeBuffer(2, frames);
-    fillAlternating(in[0], 0, quiet, 0.1f);
-    fillAlternating(in[0], quiet, frames, 4.0f);
-    fillAlternating(in[1], 0, frames, 0.1f);
-    const double level = 0.1 * nyquistGain(44100.0);
+    Buffer in = alternating(quiet + latency + 2500, 0.1f, 0.1f);
+    fillAlternating(in[0], quiet, quiet + latency + 2500, 4.0f);
     const int stepOut = quiet + latency;
-    for (const Case& c : cases)
+    for (const LinkCase& c : cases)
     {
-        Settings s;
-        s.attack = 1.0f;
-        s.release = 1.0f;
-        s.link = c.link;
-        CLimiter limiter(2);
-        apply(limiter, s);
-        const Buffer out = render(limiter, in, 512);
-        EXPECT_LT(worstRelativeDeviation(out[1], stepOut + 300, stepOut + 2000, level * c.rightGain), 3e-4) << "link " << c.link;
+        const Buffer out = limit(Settings().withAttack(1.0f).withRelease(1.0f).withLink(c.link), in);
+        EXPECT_LT(worstRelativeDeviation(out[1], stepOut + 300, stepOut + 2000, quietLevel * c.rightGain), 3e-4)
+            << "link " << c.link;
         EXPECT_LT(worstRelativeDeviation(out[0], stepOut + 300, stepOut + 2000, 1.0), 3e-4) << "link " << c.link;
     }
 }
@@ -920,11 +726,11 @@ TEST(CLimiterLinkTest, UpperHalfLinksTheSlidingMaximumLowerHalfOnlyTheEnvelope)
 
 namespace
 {
-Buffer sine(float fs, double frequency, double amplitude, int frames)
+Buffer sine(double frequency, double amplitude, int frames)
 {
     Buffer in = makeBuffer(2, frames);
     for (int n = 0; n < frames; ++n)
-        in[0][n] = in[1][n] = static_cast<float>(amplitude * std::sin(2.0 * pi * frequency * n / fs));
+        in[0][n] = in[1][n] = static_cast<float>(amplitude * std::sin(2.0 * pi * frequency * n / 44100.0));
     return in;
 }
 }
@@ -937,15 +743,10 @@ TEST(CLimiterMonitorTest, MonitorPlaysAtUnityWhileTheGainGoesToDetection)
     // (its start-up offset) and the sampled peaks come within 3e-5 of it.
     const double amplitude = std::pow(10.0, -1.5);
     const int frames = latency + 44100;
-    const Buffer in = sine(44100.0f, 1000.0, amplitude, frames);
+    const Buffer in = sine(1000.0, amplitude, frames);
     for (bool monitor : {true, false})
     {
-        Settings s;
-        s.inputGainDb = 20.0f;
-        s.monitor = monitor;
-        CLimiter limiter(2);
-        apply(limiter, s);
-        const Buffer out = render(limiter, in, 512);
+        const Buffer out = limit(Settings().withGain(20.0f).withMonitor(monitor), in);
         const double expected = monitor ? amplitude : 10.0 * amplitude;
         for (int ch = 0; ch < 2; ++ch)
             EXPECT_NEAR(peak(out[ch], frames - 22050, frames), expected, 5e-3 * expected) << "monitor " << monitor;
@@ -963,71 +764,53 @@ TEST(CLimiterMonitorTest, MonitorIsTheLimitedOutputLevelMatched)
     // up, like a random walk, to an offset of about sqrt(7000) x 1.5e-7 =
     // 1.3e-5 of full scale between the runs: 1e-4 of full scale is allowed.
     const int frames = latency + 22050;
-    const Buffer in = sine(44100.0f, 1000.0, std::pow(10.0, -0.5), frames);
-    Buffer outputs[2];
-    for (bool monitor : {false, true})
-    {
-        Settings s;
-        s.inputGainDb = 20.0f;
-        s.monitor = monitor;
-        CLimiter limiter(2);
-        apply(limiter, s);
-        outputs[monitor] = render(limiter, in, 512);
-    }
+    const Buffer in = sine(1000.0, std::pow(10.0, -0.5), frames);
+    const Buffer limited = limit(Settings().withGain(20.0f), in);
+    const Buffer monitored = limit(Settings().withGain(20.0f).withMonitor(true), in);
     for (int ch = 0; ch < 2; ++ch)
     {
-        EXPECT_NEAR(peak(outputs[0][ch], latency + 4410, frames), 1.0, 1e-3);
-        EXPECT_NEAR(peak(outputs[1][ch], latency + 4410, frames), 0.1, 1e-4);
+        EXPECT_NEAR(peak(limited[ch], latency + 4410, frames), 1.0, 1e-3);
+        EXPECT_NEAR(peak(monitored[ch], latency + 4410, frames), 0.1, 1e-4);
         for (int n = latency + 4410; n < frames; ++n)
-            ASSERT_NEAR(10.0 * outputs[1][ch][n], outputs[0][ch][n], 1e-4)
-                << "channel " << ch << ", sample " << n;
+            ASSERT_NEAR(10.0 * monitored[ch][n], limited[ch][n], 1e-4) << "channel " << ch << ", sample " << n;
     }
 }
 
-TEST(CLimiterTruePeakTest, QuarterRateToneIsLimitedOnItsInterSamplePeak)
+TEST(CLimiterTruePeakTest, SteadyPeaksAreLimitedOnTheLargestInterSampleEstimate)
 {
     // 4 sin(pi n/2 + pi/4): samples +-2.83, true peak 4. On sample peaks the
     // samples are brought to the ceiling; on true peaks the half-way filter
     // reads 2a(0.58519703 + 0.08734027) for samples of a, so the samples
-    // come out at 1/1.3450746 = 0.74345 of the ceiling.
-    const int frames = latency + 6000;
-    Buffer in = makeBuffer(2, frames);
-    for (int n = 0; n < frames; ++n)
-        in[0][n] = in[1][n] = static_cast<float>(4.0 * std::sin(pi / 2.0 * n + pi / 4.0));
-    for (bool truePeak : {false, true})
-    {
-        Settings s;
-        s.truePeak = truePeak;
-        CLimiter limiter(2);
-        apply(limiter, s);
-        const Buffer out = render(limiter, in, 512);
-        const double expected = truePeak ? 1.0 / (2.0 * (0.58519703 + 0.08734027)) : 1.0;
-        // The high-pass turns a quarter-rate tone by 7e-5 rad.
-        for (int ch = 0; ch < 2; ++ch)
-            EXPECT_NEAR(peak(out[ch], latency + 2000, frames), expected, 3e-4 * expected) << "true peak " << truePeak;
-    }
-}
-
-TEST(CLimiterTruePeakTest, AlternatingSamplesAreLimitedOnTheCentreCorrection)
-{
+    // come out at 1/1.3450746 = 0.74345 of the ceiling. The high-pass turns
+    // a quarter-rate tone by 7e-5 rad.
     // +-4 alternating: the half-way points are 0, but the centre correction
     // reads (1.028367 + 2 x 0.013404376) a = 1.055176 a, the largest of the
-    // five estimates, so true-peak mode leaves the samples at 1/1.055176.
+    // five estimates, so true-peak mode leaves every sample at 1/1.055176.
     const int frames = latency + 6000;
-    Buffer in = makeBuffer(2, frames);
-    fillAlternating(in[0], 0, frames, 4.0f);
-    fillAlternating(in[1], 0, frames, 4.0f);
-    for (bool truePeak : {false, true})
+    Buffer quarterRate = makeBuffer(2, frames);
+    for (int n = 0; n < frames; ++n)
+        quarterRate[0][n] = quarterRate[1][n] = static_cast<float>(4.0 * std::sin(pi / 2.0 * n + pi / 4.0));
+    struct Case
     {
-        Settings s;
-        s.truePeak = truePeak;
-        CLimiter limiter(2);
-        apply(limiter, s);
-        const Buffer out = render(limiter, in, 512);
-        const double expected = truePeak ? 1.0 / 1.055176 : 1.0;
-        for (int ch = 0; ch < 2; ++ch)
-            EXPECT_LT(worstRelativeDeviation(out[ch], latency + 2000, frames, expected), 3e-4) << "true peak " << truePeak;
-    }
+        Buffer in;
+        double truePeakLevel;
+        bool everySample;
+    };
+    const Case cases[] = {{quarterRate, 1.0 / (2.0 * (0.58519703 + 0.08734027)), false},
+        {alternating(frames, 4.0f, 4.0f), 1.0 / 1.055176, true}};
+    for (const Case& c : cases)
+        for (bool truePeak : {false, true})
+        {
+            const Buffer out = limit(Settings().withTruePeak(truePeak), c.in);
+            const double expected = truePeak ? c.truePeakLevel : 1.0;
+            for (int ch = 0; ch < 2; ++ch)
+            {
+                const double deviation = c.everySample
+                    ? worstRelativeDeviation(out[ch], latency + 2000, frames, expected)
+                    : std::fabs(peak(out[ch], latency + 2000, frames) - expected) / expected;
+                EXPECT_LT(deviation, 3e-4) << "true peak " << truePeak << ", expected " << expected;
+            }
+        }
 }
 
 TEST(CLimiterSaturationTest, FramesThatWouldNotClipPassUntouched)
@@ -1042,11 +825,8 @@ TEST(CLimiterSaturationTest, FramesThatWouldNotClipPassUntouched)
     std::optional<std::vector<float>> runs[2];
     for (int i = 0; i < 2; ++i)
     {
-        Settings s;
-        s.saturation = i == 0 ? 0.0f : 1.0f;
         runs[i] = runIsolated([&] {
-            CLimiter limiter(2);
-            apply(limiter, s);
+            SetUpLimiter limiter(Settings().withSaturation(i == 0 ? 0.0f : 1.0f));
             std::vector<float> result = flatten(render(limiter, in, 512));
             result.push_back(limiter.getSaturationGain(0));
             result.push_back(limiter.getSaturationGain(1));
@@ -1070,11 +850,7 @@ TEST(CLimiterSaturationTest, ClippingFramesAreSaturatedAndMetered)
     const float amounts[3] = {0.0f, 0.3f, 1.0f};
     for (int i = 0; i < 3; ++i)
     {
-        Settings s;
-        s.inputGainDb = 6.0f;
-        s.saturation = amounts[i];
-        CLimiter limiter(2);
-        apply(limiter, s);
+        SetUpLimiter limiter(Settings().withGain(6.0f).withSaturation(amounts[i]));
         outputs[i] = render(limiter, in, 512);
         for (int ch = 0; ch < 2; ++ch)
             reading[i][ch] = limiter.getSaturationGain(ch);
@@ -1117,11 +893,7 @@ TEST(CLimiterSaturationTest, SaturationFollowsTheFrameShapeNotTheInputGain)
     const float gains[2] = {20.0f, 26.0f};
     for (int i = 0; i < 2; ++i)
     {
-        Settings s;
-        s.inputGainDb = gains[i];
-        s.saturation = 0.5f;
-        CLimiter limiter(2);
-        apply(limiter, s);
+        SetUpLimiter limiter(Settings().withGain(gains[i]).withSaturation(0.5f));
         render(limiter, in, 512);
         for (int ch = 0; ch < 2; ++ch)
             reading[i][ch] = limiter.getSaturationGain(ch);
@@ -1139,14 +911,8 @@ TEST(CLimiterSaturationTest, SaturationFollowsTheFrameShapeNotTheInputGain)
 
 TEST(CLimiterClearTest, FlushesDelaysEnvelopesAndMeters)
 {
-    Settings s;
-    s.inputGainDb = 12.0f;
-    s.attack = 0.0f;
-    s.release = 1.0f;
-    s.truePeak = true;
-    s.saturation = 0.5f;
-    CLimiter limiter(2);
-    apply(limiter, s);
+    SetUpLimiter limiter(
+        Settings().withGain(12.0f).withAttack(0.0f).withRelease(1.0f).withTruePeak(true).withSaturation(0.5f));
     render(limiter, loudMix(44100.0f, 20000, 3), 512);
     ASSERT_LT(limiter.getGainReduction(0), 0.5f);
     ASSERT_GT(limiter.getOutputPeak(0), 0.5f);
@@ -1168,16 +934,15 @@ TEST(CLimiterClearTest, FlushesDelaysEnvelopesAndMeters)
     limiter.setInputGain(0.0f);
     const int silence = 3000;
     const int frames = silence + latency + 3000;
-    Buffer in = makeBuffer(2, frames);
-    fillAlternating(in[0], silence, frames, 0.1f);
-    fillAlternating(in[1], silence, frames, 0.1f);
+    Buffer in = alternating(frames, 0.1f, 0.1f);
+    std::fill_n(in[0].begin(), silence, 0.0f);
+    std::fill_n(in[1].begin(), silence, 0.0f);
     const Buffer out = render(limiter, in, 512);
-    const double level = 0.1 * nyquistGain(44100.0);
     for (int ch = 0; ch < 2; ++ch)
     {
         for (int n = 0; n < silence + latency; ++n)
             ASSERT_LE(std::fabs(out[ch][n]), noiseBound) << "channel " << ch << ", sample " << n;
-        EXPECT_LT(worstRelativeDeviation(out[ch], silence + latency + 10, frames, level), 2e-4) << "channel " << ch;
+        EXPECT_LT(worstRelativeDeviation(out[ch], silence + latency + 10, frames, quietLevel), 2e-4) << "channel " << ch;
         EXPECT_EQ(limiter.getGainReduction(ch), 1.0f) << "channel " << ch;
     }
 }
@@ -1188,35 +953,14 @@ TEST(CLimiterInvarianceTest, BlockSizeAndInPlaceProcessingGiveTheSameBits)
     // dither and the anti-denormal noise are part of the comparison: the
     // output must not depend on how the host cuts the audio into blocks or
     // whether it hands the same arrays in and out.
-    Settings dithered;
-    dithered.inputGainDb = 9.0f;
-    dithered.attack = 0.01f;
-    dithered.release = 0.2f;
-    dithered.lookahead = 0.0013f;
-    dithered.truePeak = true;
-    dithered.ceilingDb = -0.3f;
-    dithered.link = 0.7f;
-    dithered.saturation = 0.6f;
-    dithered.bits = 16;
-    dithered.shaping = 0.7f;
-
-    Settings monitored;
-    monitored.sampleRate = 96000.0f;
-    monitored.inputGainDb = 14.0f;
-    monitored.attack = 0.0f;
-    monitored.release = 1.0f;
-    monitored.lookahead = 0.0f;
-    monitored.ceilingDb = -6.0f;
-    monitored.link = 0.2f;
-    monitored.monitor = true;
-    monitored.saturation = 1.0f;
-
-    struct Run
-    {
-        int blockSize;
-        bool inPlace;
-    };
-    const Run runs[] = {{1, false}, {7, false}, {4096, false}, {1, true}, {7, true}, {512, true}, {4096, true}};
+    const Settings dithered = Settings().withGain(9.0f).withAttack(0.01f).withRelease(0.2f).withLookahead(0.0013f)
+                                  .withTruePeak(true).withCeiling(-0.3f).withLink(0.7f).withSaturation(0.6f)
+                                  .withBits(16).withShaping(0.7f);
+    const Settings monitored = Settings().withRate(96000.0f).withGain(14.0f).withAttack(0.0f).withRelease(1.0f)
+                                   .withLookahead(0.0f).withCeiling(-6.0f).withLink(0.2f).withMonitor(true)
+                                   .withSaturation(1.0f);
+    const std::pair<int, bool> runs[] = {{1, false}, {7, false}, {4096, false}, {1, true}, {7, true}, {512, true},
+        {4096, true}};
     const int frames = 20000;
 
     for (const Settings& s : {dithered, monitored})
@@ -1224,27 +968,22 @@ TEST(CLimiterInvarianceTest, BlockSizeAndInPlaceProcessingGiveTheSameBits)
         const Buffer in = loudMix(s.sampleRate, frames, 21);
         auto job = [&](int blockSize, bool inPlace) {
             return [&, blockSize, inPlace] {
-                CLimiter limiter(2);
-                apply(limiter, s);
+                SetUpLimiter limiter(s);
                 std::vector<float> result = flatten(render(limiter, in, blockSize, inPlace));
                 for (int ch = 0; ch < 2; ++ch)
-                {
-                    result.push_back(limiter.getOutputPeak(ch));
-                    result.push_back(limiter.getRmsLevel(ch));
-                    result.push_back(limiter.getGainReduction(ch));
-                    result.push_back(limiter.getSaturationGain(ch));
-                }
+                    result.insert(result.end(), {limiter.getOutputPeak(ch), limiter.getRmsLevel(ch),
+                                                    limiter.getGainReduction(ch), limiter.getSaturationGain(ch)});
                 return result;
             };
         };
         const auto reference = runIsolated(job(512, false));
         ASSERT_TRUE(reference.has_value()) << describe(s);
-        for (const Run& r : runs)
+        for (const auto& [blockSize, inPlace] : runs)
         {
-            const auto result = runIsolated(job(r.blockSize, r.inPlace));
+            const auto result = runIsolated(job(blockSize, inPlace));
             ASSERT_TRUE(result.has_value());
             const long first = firstDifference(*reference, *result);
-            EXPECT_EQ(first, -1) << describe(s) << "; blocks of " << r.blockSize << (r.inPlace ? " in place" : "")
+            EXPECT_EQ(first, -1) << describe(s) << "; blocks of " << blockSize << (inPlace ? " in place" : "")
                                  << ": first difference at channel " << first / frames << ", sample " << first % frames;
         }
     }
@@ -1255,18 +994,11 @@ TEST(CLimiterGarbageInputTest, NonFiniteAndHugeSamplesActAsSilence)
     // Garbage is replaced by 0 where it enters, so a run with a burst of it
     // is the same computation as a run with zeros there: identical bits
     // throughout (same generator state in both), dither and all.
-    Settings s;
-    s.inputGainDb = 6.0f;
-    s.truePeak = true;
-    s.ceilingDb = -1.0f;
-    s.link = 0.5f;
-    s.saturation = 0.7f;
-    s.bits = 24;
-    s.shaping = 0.5f;
+    const Settings s = Settings().withGain(6.0f).withTruePeak(true).withCeiling(-1.0f).withLink(0.5f)
+                           .withSaturation(0.7f).withBits(24).withShaping(0.5f);
     const int frames = 30000;
-    const Buffer clean = loudMix(44100.0f, frames, 13);
-    Buffer zeroed = clean;
-    Buffer garbage = clean;
+    Buffer zeroed = loudMix(44100.0f, frames, 13);
+    Buffer garbage = zeroed;
     const float nan = std::numeric_limits<float>::quiet_NaN();
     const float inf = std::numeric_limits<float>::infinity();
     const float bad[] = {nan, inf, -inf, 1e6f, -2000.0f, 1000.0001f, FLT_MAX, -FLT_MAX, -nan,
@@ -1279,8 +1011,8 @@ TEST(CLimiterGarbageInputTest, NonFiniteAndHugeSamplesActAsSilence)
             garbage[ch][n] = bad[(n + ch) % 12];
         }
 
-    const auto reference = renderIsolated(s, zeroed, 512);
-    const auto burst = renderIsolated(s, garbage, 512);
+    const auto reference = renderIsolated(s, zeroed);
+    const auto burst = renderIsolated(s, garbage);
     ASSERT_TRUE(reference && burst);
     const float clip = static_cast<float>(expectedClipLevel(s.ceilingDb, s.bits) + clipLevelTolerance(s.bits));
     for (int ch = 0; ch < 2; ++ch)
@@ -1298,15 +1030,8 @@ TEST(CLimiterGarbageInputTest, ThousandIsTheLargestRealSample)
 {
     // +-1000 is still audio (a huge click that drives the limiter); the next
     // float beyond it is garbage and acts exactly like 0.
-    Settings s;
-    const int frames = latency + 3000;
-    Buffer base = makeBuffer(2, frames);
-    TestNoise noise(17);
-    for (int ch = 0; ch < 2; ++ch)
-        for (int n = 0; n < frames; ++n)
-            base[ch][n] = 0.3f * noise.next();
-    base[0][1000] = 0.0f;
-    base[1][1000] = 0.0f;
+    Buffer base = noise(latency + 3000, 0.3f, 17);
+    base[0][1000] = base[1][1000] = 0.0f;
     Buffer edge = base;
     edge[0][1000] = 1000.0f;
     edge[1][1000] = -1000.0f;
@@ -1314,9 +1039,9 @@ TEST(CLimiterGarbageInputTest, ThousandIsTheLargestRealSample)
     beyond[0][1000] = std::nextafter(1000.0f, 2000.0f);
     beyond[1][1000] = -std::nextafter(1000.0f, 2000.0f);
 
-    const auto zero = renderIsolated(s, base, 512);
-    const auto atEdge = renderIsolated(s, edge, 512);
-    const auto pastEdge = renderIsolated(s, beyond, 512);
+    const auto zero = renderIsolated(Settings(), base);
+    const auto atEdge = renderIsolated(Settings(), edge);
+    const auto pastEdge = renderIsolated(Settings(), beyond);
     ASSERT_TRUE(zero && atEdge && pastEdge);
     for (int ch = 0; ch < 2; ++ch)
     {
@@ -1332,12 +1057,10 @@ TEST(CLimiterGarbageInputTest, ThousandIsTheLargestRealSample)
 
 TEST(CLimiterMetersTest, ChannelsOutsideTheLimiterReadNeutral)
 {
-    Settings s;
-    s.inputGainDb = 12.0f;
-    s.saturation = 1.0f;
-    CLimiter stereo(2);
-    apply(stereo, s);
-    render(stereo, loudMix(44100.0f, 20000, 4), 512);
+    const Settings s = Settings().withGain(12.0f).withSaturation(1.0f);
+    SetUpLimiter stereo(s);
+    const Buffer mix = loudMix(44100.0f, 20000, 4);
+    render(stereo, mix, 512);
     for (int ch : {-1, 2, 100, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()})
     {
         EXPECT_EQ(stereo.getRmsLevel(ch), 0.0f) << ch;
@@ -1354,11 +1077,8 @@ TEST(CLimiterMetersTest, ChannelsOutsideTheLimiterReadNeutral)
         EXPECT_LT(stereo.getSaturationGain(ch), 1.0f) << ch;
     }
 
-    CLimiter mono(1);
-    apply(mono, s);
-    Buffer in = makeBuffer(1, 20000);
-    in[0] = loudMix(44100.0f, 20000, 4)[0];
-    render(mono, in, 512);
+    SetUpLimiter mono(s, 1);
+    render(mono, Buffer{mix[0]}, 512);
     EXPECT_GT(mono.getOutputPeak(0), 0.5f);
     EXPECT_EQ(mono.getOutputPeak(1), 0.0f);
     EXPECT_EQ(mono.getRmsLevel(1), 0.0f);
@@ -1372,13 +1092,7 @@ TEST(CLimiterMetersTest, OutputPeakIsTheLargestSampleThatLeft)
     // the largest |output| seen: exactly, since both are the same floats.
     for (int bits : {0, 16})
     {
-        Settings s;
-        s.inputGainDb = 12.0f;
-        s.ceilingDb = -0.1f;
-        s.saturation = 0.5f;
-        s.bits = bits;
-        CLimiter limiter(2);
-        apply(limiter, s);
+        SetUpLimiter limiter(Settings().withGain(12.0f).withCeiling(-0.1f).withSaturation(0.5f).withBits(bits));
         const Buffer out = render(limiter, loudMix(44100.0f, 30000, 6), 512);
         for (int ch = 0; ch < 2; ++ch)
             EXPECT_EQ(limiter.getOutputPeak(ch), peak(out[ch], 0, 30000)) << bits << " bits, channel " << ch;
@@ -1388,18 +1102,12 @@ TEST(CLimiterMetersTest, OutputPeakIsTheLargestSampleThatLeft)
     // far below it), one step of exp(-1/fs) per sample. That factor is kept
     // as a float on a grid of 2^-24 just below 1, and whatever it lost there
     // compounds over the N = 4410 steps: up to N x 2^-24 = 2.6e-4.
-    CLimiter limiter(2);
-    Settings s;
-    apply(limiter, s);
-    Buffer in = makeBuffer(2, 20000 + latency);
+    SetUpLimiter limiter{Settings()};
+    Buffer in = alternating(20000 + latency, 0.001f, 0.001f);
     fillAlternating(in[0], 0, 20000, 0.8f);
     fillAlternating(in[1], 0, 20000, 0.6f);
-    fillAlternating(in[0], 20000, 20000 + latency, 0.001f);
-    fillAlternating(in[1], 20000, 20000 + latency, 0.001f);
     const Buffer out = render(limiter, in, 512);
-    Buffer quiet = makeBuffer(2, 4410);
-    fillAlternating(quiet[0], 0, 4410, 0.001f);
-    fillAlternating(quiet[1], 0, 4410, 0.001f);
+    const Buffer quiet = alternating(4410, 0.001f, 0.001f);
     for (int ch = 0; ch < 2; ++ch)
     {
         const float held = limiter.getOutputPeak(ch);
@@ -1418,30 +1126,16 @@ TEST(CLimiterMetersTest, GainReductionHoldsTheDeepestGainUntilRead)
     // under half a float step: 4 steps per section at c = 0.89, 16 x 1.2e-7
     // for the four). The meter keeps 0.5 until read, then climbs by e every
     // 0.5 s up to the gain.
-    Settings s;
-    s.release = 0.0f;
-    s.link = 0.0f;
-    const int loud = 10000;
-    Buffer in = makeBuffer(2, latency + loud);
-    fillAlternating(in[0], 0, latency + loud, 2.0f);
-    fillAlternating(in[1], 0, latency + loud, 0.1f);
-    Buffer quiet = makeBuffer(2, 44100);
-    fillAlternating(quiet[0], 0, 44100, 0.1f);
-    fillAlternating(quiet[1], 0, 44100, 0.1f);
-
-    CLimiter limiter(2);
-    apply(limiter, s);
-    render(limiter, in, 512);
+    const Buffer quiet = alternating(44100, 0.1f, 0.1f);
+    SetUpLimiter limiter(Settings().withRelease(0.0f).withLink(0.0f));
+    render(limiter, alternating(latency + 10000, 2.0f, 0.1f), 512);
     render(limiter, quiet, 512);
     EXPECT_NEAR(limiter.getGainReduction(0), 0.5, 5e-4);
     EXPECT_EQ(limiter.getGainReduction(1), 1.0f);
-    Buffer tenth = makeBuffer(2, 4410);
-    fillAlternating(tenth[0], 0, 4410, 0.1f);
-    fillAlternating(tenth[1], 0, 4410, 0.1f);
     // 0.1 s of climbing at exp(1/(0.5 fs)) a sample, a factor kept on a
     // grid of 2^-23 just above 1: up to 4410 x 2^-23 = 5.3e-4 compounded.
     const float held = limiter.getGainReduction(0);
-    render(limiter, tenth, 512);
+    render(limiter, alternating(4410, 0.1f, 0.1f), 512);
     EXPECT_NEAR(limiter.getGainReduction(0), held * std::exp(0.2), 4410 * std::ldexp(held, -23));
     render(limiter, quiet, 512);
     EXPECT_NEAR(limiter.getGainReduction(0), 1.0, 2e-6);
@@ -1453,15 +1147,11 @@ TEST(CLimiterMetersTest, RmsMeterReadsTheMeanSquareDoubledOnTheAes17Scale)
     // smoother leaves a ripple of 2.44/(2 x 997) = 0.12 % on it, which the
     // held peak of the meter keeps. The AES17 reading is twice that, so that
     // a full-scale sine would read 1 (0 dB).
-    const int frames = latency + 66150;
-    const Buffer in = sine(44100.0f, 997.0, 0.5, frames);
+    const Buffer in = sine(997.0, 0.5, latency + 66150);
     float reading[2][2];
     for (bool aes17 : {false, true})
     {
-        Settings s;
-        s.aes17 = aes17;
-        CLimiter limiter(2);
-        apply(limiter, s);
+        SetUpLimiter limiter(Settings().withAes17(aes17));
         render(limiter, in, 512);
         for (int ch = 0; ch < 2; ++ch)
             reading[aes17][ch] = limiter.getRmsLevel(ch);
@@ -1479,26 +1169,17 @@ TEST(CLimiterMetersTest, SaturationMeterMovesOncePerHop)
     // The saturation meter gets one value per hop of 512 samples, with a
     // time constant of 0.5 s of audio. Once read, each hop of frames that
     // do not clip (value 1) lifts it by exp(512/(0.5 fs)) until it meets 1.
-    Settings s;
-    s.saturation = 1.0f;
-    CLimiter limiter(2);
-    apply(limiter, s);
+    SetUpLimiter limiter(Settings().withSaturation(1.0f));
     render(limiter, loudMix(44100.0f, 8192, 27), 512);
-    Buffer quiet = makeBuffer(2, 9 * 512);
-    fillAlternating(quiet[0], 0, 9 * 512, 0.1f);
-    fillAlternating(quiet[1], 0, 9 * 512, 0.1f);
     // Two hops of quiet first: no frame holds loud input any more.
-    Buffer settle = makeBuffer(2, 1024);
-    fillAlternating(settle[0], 0, 1024, 0.1f);
-    fillAlternating(settle[1], 0, 1024, 0.1f);
-    render(limiter, settle, 512);
+    render(limiter, alternating(1024, 0.1f, 0.1f), 512);
     float held[2];
     for (int ch = 0; ch < 2; ++ch)
     {
         held[ch] = limiter.getSaturationGain(ch);
         ASSERT_LT(held[ch], 0.8f) << "channel " << ch;
     }
-    render(limiter, quiet, 100);
+    render(limiter, alternating(9 * 512, 0.1f, 0.1f), 100);
     for (int ch = 0; ch < 2; ++ch)
         EXPECT_NEAR(limiter.getSaturationGain(ch), held[ch] * std::exp(9.0 * 512.0 / 22050.0), 1e-5) << "channel " << ch;
 }
@@ -1512,24 +1193,13 @@ TEST(CLimiterRealtimeTest, ProcessNeverAllocates)
     // Everything is built at construction; the per-frame saturation, the
     // masking model and settings applied at the start of a block must reuse
     // it.
-    Settings s;
-    s.inputGainDb = 12.0f;
-    s.truePeak = true;
-    s.saturation = 1.0f;
-    s.bits = 16;
-    s.shaping = 1.0f;
-    CLimiter limiter(2);
-    apply(limiter, s);
+    SetUpLimiter limiter(
+        Settings().withGain(12.0f).withTruePeak(true).withSaturation(1.0f).withBits(16).withShaping(1.0f));
     const Buffer in = loudMix(44100.0f, 65536, 8);
     Buffer out = makeBuffer(2, 65536);
-    const float* inputs[2];
-    float* outputs[2];
     auto block = [&](int pos, int count) {
-        for (int ch = 0; ch < 2; ++ch)
-        {
-            inputs[ch] = in[ch].data() + pos;
-            outputs[ch] = out[ch].data() + pos;
-        }
+        const float* inputs[2] = {in[0].data() + pos, in[1].data() + pos};
+        float* outputs[2] = {out[0].data() + pos, out[1].data() + pos};
         const long before = allocationCount.load();
         limiter.process(inputs, outputs, count);
         return allocationCount.load() - before;
@@ -1575,11 +1245,7 @@ TEST(CLimiterRealtimeTest, RestoresTheCallersFloatingPointControlWord)
         0x1F80 | 0x2000,         // round down
         0x1F80 | 0x6000 | 0x40,  // round toward zero, denormals-are-zero only
     };
-    Settings s;
-    s.saturation = 0.5f;
-    s.inputGainDb = 12.0f;
-    CLimiter limiter(2);
-    apply(limiter, s);
+    SetUpLimiter limiter(Settings().withSaturation(0.5f).withGain(12.0f));
     const Buffer in = loudMix(44100.0f, 2048, 12);
     Buffer out = makeBuffer(2, 2048);
     const float* inputs[2] = {in[0].data(), in[1].data()};
@@ -1645,28 +1311,24 @@ TEST(CLimiterThreadsTest, SettingsChangeWhileAudioRuns)
         std::this_thread::yield();
 
     float* outputs[2] = {out[0].data(), out[1].data()};
-    const float* inputs[2];
     long blocks = 0;
-    bool bounded = true;
     std::string failure;
-    for (int pos = 0; bounded && (blocks < 400 || changes.load() < 2000) && blocks < 100000; ++blocks)
+    // Runs until the settings thread has made its changes, however the
+    // scheduler shares the cores; the cap only guards against a dead thread.
+    for (int pos = 0; failure.empty() && (blocks < 400 || changes.load() < 2000) && blocks < 2000000; ++blocks)
     {
         pos = (pos + 256) % (65536 - 256);
-        inputs[0] = in[0].data() + pos;
-        inputs[1] = in[1].data() + pos;
+        const float* inputs[2] = {in[0].data() + pos, in[1].data() + pos};
         limiter.process(inputs, outputs, 256);
-        for (int ch = 0; ch < 2 && bounded; ++ch)
-            for (int n = 0; n < 256; ++n)
+        std::this_thread::yield();
+        for (int ch = 0; ch < 2 && failure.empty(); ++ch)
+            for (int n = 0; n < 256 && failure.empty(); ++n)
                 if (!std::isfinite(out[ch][n]) || std::fabs(out[ch][n]) > 1.0f)
-                {
-                    bounded = false;
                     failure = "block " + std::to_string(blocks) + ", channel " + std::to_string(ch) + ", sample "
                         + std::to_string(n) + ": " + std::to_string(out[ch][n]);
-                    break;
-                }
     }
     audioDone = true;
     ui.join();
-    EXPECT_TRUE(bounded) << failure;
+    EXPECT_TRUE(failure.empty()) << failure;
     EXPECT_GE(changes.load(), 2000);
 }

@@ -2,9 +2,14 @@
 
 #include "limiter/CLimiter.h"
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 // Signals, settings and a block-wise renderer shared by the limiter's tests.
@@ -39,7 +44,9 @@ private:
 };
 
 // Every limiter setting, with the values most tests start from: no
-// saturation and no word-length reduction, so the path is plain gain.
+// saturation and no word-length reduction, so the path is plain gain. The
+// with... calls change one setting each and chain:
+// Settings().withAttack(0.0f).withLink(0.0f).
 struct Settings
 {
     float sampleRate = 44100.0f;
@@ -55,24 +62,43 @@ struct Settings
     float saturation = 0.0f;
     int bits = 0;
     float shaping = 0.0f;
+
+    Settings& withRate(float hz) { sampleRate = hz; return *this; }
+    Settings& withGain(float dB) { inputGainDb = dB; return *this; }
+    Settings& withAttack(float seconds) { attack = seconds; return *this; }
+    Settings& withRelease(float seconds) { release = seconds; return *this; }
+    Settings& withLookahead(float seconds) { lookahead = seconds; return *this; }
+    Settings& withTruePeak(bool on) { truePeak = on; return *this; }
+    Settings& withCeiling(float dB) { ceilingDb = dB; return *this; }
+    Settings& withLink(float amount) { link = amount; return *this; }
+    Settings& withAes17(bool on) { aes17 = on; return *this; }
+    Settings& withMonitor(bool on) { monitor = on; return *this; }
+    Settings& withSaturation(float amount) { saturation = amount; return *this; }
+    Settings& withBits(int wordLength) { bits = wordLength; return *this; }
+    Settings& withShaping(float amount) { shaping = amount; return *this; }
 };
 
-inline void apply(CLimiter& limiter, const Settings& s)
+// A limiter with every setting applied.
+class SetUpLimiter : public CLimiter
 {
-    limiter.setSampleRate(s.sampleRate);
-    limiter.setInputGain(s.inputGainDb);
-    limiter.setAttack(s.attack);
-    limiter.setRelease(s.release);
-    limiter.setLookahead(s.lookahead);
-    limiter.setTruePeak(s.truePeak);
-    limiter.setCeiling(s.ceilingDb);
-    limiter.setLink(s.link);
-    limiter.setAES17(s.aes17);
-    limiter.setMonitor(s.monitor);
-    limiter.setSaturation(s.saturation);
-    limiter.setNumBits(static_cast<int8_t>(s.bits));
-    limiter.setShaping(s.shaping);
-}
+public:
+    explicit SetUpLimiter(const Settings& s, int channels = 2) : CLimiter(channels)
+    {
+        setSampleRate(s.sampleRate);
+        setInputGain(s.inputGainDb);
+        setAttack(s.attack);
+        setRelease(s.release);
+        setLookahead(s.lookahead);
+        setTruePeak(s.truePeak);
+        setCeiling(s.ceilingDb);
+        setLink(s.link);
+        setAES17(s.aes17);
+        setMonitor(s.monitor);
+        setSaturation(s.saturation);
+        setNumBits(static_cast<int8_t>(s.bits));
+        setShaping(s.shaping);
+    }
+};
 
 // Runs the input through the limiter in blocks of blockSize frames (the last
 // one shorter). inPlace hands the same arrays as input and output, as a host
@@ -95,6 +121,13 @@ inline Buffer render(CLimiter& limiter, const Buffer& in, int blockSize, bool in
         limiter.process(inputs.data(), outputs.data(), count);
     }
     return out;
+}
+
+// The output of a fresh limiter with these settings, in blocks of 512.
+inline Buffer limit(const Settings& s, const Buffer& in)
+{
+    SetUpLimiter limiter(s, static_cast<int>(in.size()));
+    return render(limiter, in, 512);
 }
 
 inline std::vector<float> flatten(const Buffer& buffer)
@@ -167,6 +200,27 @@ inline void fillAlternating(std::vector<float>& channel, int from, int to, float
         channel[n] = (n % 2 == 0) ? amplitude : -amplitude;
 }
 
+// Stereo peaks of constant size: left and right alternate in sign at these
+// amplitudes.
+inline Buffer alternating(int frames, float left, float right)
+{
+    Buffer out = makeBuffer(2, frames);
+    fillAlternating(out[0], 0, frames, left);
+    fillAlternating(out[1], 0, frames, right);
+    return out;
+}
+
+// Stereo noise of this amplitude from TestNoise(seed), left channel first.
+inline Buffer noise(int frames, float amplitude, uint32_t seed)
+{
+    Buffer out = makeBuffer(2, frames);
+    TestNoise generator(seed);
+    for (auto& channel : out)
+        for (float& x : channel)
+            x = amplitude * generator.next();
+    return out;
+}
+
 // Largest |x| over [from, to).
 inline float peak(const std::vector<float>& channel, int from, int to)
 {
@@ -174,5 +228,32 @@ inline float peak(const std::vector<float>& channel, int from, int to)
     for (int n = from; n < to; ++n)
         m = std::max(m, std::fabs(channel[n]));
     return m;
+}
+
+// What a child process writes into fd until it closes it; closes fd.
+inline std::string readToEnd(int fd)
+{
+    std::string bytes;
+    char chunk[1 << 16];
+    for (;;)
+    {
+        const ssize_t got = read(fd, chunk, sizeof chunk);
+        if (got > 0)
+            bytes.append(chunk, static_cast<size_t>(got));
+        else if (got == 0 || errno != EINTR)
+            break;
+    }
+    close(fd);
+    return bytes;
+}
+
+// Waits for the child: its exit code, or -1 if it did not exit normally.
+inline int exitCodeOf(pid_t child)
+{
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR)
+    {
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 }
