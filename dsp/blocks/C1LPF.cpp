@@ -17,14 +17,6 @@ C1LPF::C1LPF()
     clear();
 }
 
-void C1LPF::process(float* sample)
-{
-    const float x = *sample;
-    const float y = pole * (state - x) + x;
-    *sample = y;
-    state = y;
-}
-
 void C1LPF::clear()
 {
     state = 0.0f;

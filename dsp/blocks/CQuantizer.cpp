@@ -5,15 +5,6 @@
 
 std::atomic<uint32_t> randState{0};
 
-int nextRandom()
-{
-    // A plain load and store, not an atomic read-modify-write: instances on
-    // other threads may interleave, which only reorders the dither.
-    const uint32_t state = randState.load(std::memory_order_relaxed) * 214013u + 2531011u;
-    randState.store(state, std::memory_order_relaxed);
-    return static_cast<int>((state >> 16) & 0x7FFFu);
-}
-
 namespace
 {
 constexpr float minSampleRate = 22050.0f;
@@ -22,8 +13,6 @@ constexpr float maxSampleRate = 192000.0f;
 // sits at 300 Hz.
 constexpr float highRateThreshold = 40000.0f;
 constexpr float twoPi = 6.2831855f;
-// Steps kept free below full scale for the dither and the shaped noise.
-constexpr float headroomSteps = 7.0f;
 }
 
 CQuantizer::CQuantizer()
@@ -31,24 +20,6 @@ CQuantizer::CQuantizer()
 {
     updateCoefficients();
     clear();
-}
-
-void CQuantizer::process(float* sample)
-{
-    if (bits <= 0)
-        return;
-    const float v = *sample * (scale - headroomSteps) - s0;
-    // Rectangular dither of one step: (0..32767 - 16384) / 32768.
-    const float dither = static_cast<float>(nextRandom() - 16384) * 3.0517578e-5f;
-    float q = std::floor(v + dither);
-    q = std::min(q, scale - 1.0f);
-    q = std::max(q, -scale);
-    // Error against the centre of the floor step.
-    const float error = q - v + 0.5f;
-    s0 = c1 * error + s1;
-    s1 = c2 * error - a1 * s0 + s2;
-    s2 = -a2 * s0;
-    *sample = q * invScale;
 }
 
 void CQuantizer::clear()

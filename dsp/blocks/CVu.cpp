@@ -5,8 +5,6 @@
 
 namespace
 {
-// Smallest reading in both modes.
-constexpr float floorLevel = 1e-8f;
 constexpr float minSampleRate = 22050.0f;
 constexpr float maxSampleRate = 192000.0f;
 constexpr float minSeconds = 1e-8f;
@@ -28,42 +26,13 @@ void CVu::reset()
 
 void CVu::process(const float* samples, uint32_t count)
 {
-    // value and wasRead are loaded and stored per sample: a reader on the
-    // user-interface thread may take the reading in the middle of a block,
-    // and a peak that arrives after its read must stay held.
-    if (!inverted)
-    {
-        for (uint32_t i = 0; i < count; ++i)
-        {
-            const float level = static_cast<float>(std::fabs(static_cast<double>(samples[i])));
-            const float current = value.load(relaxed);
-            if (level > current)
-            {
-                value.store(level, relaxed);
-                wasRead.store(false, relaxed);
-            }
-            else if (current > floorLevel && wasRead.load(relaxed))
-            {
-                value.store(current * fall, relaxed);
-            }
-        }
+    if (count == 0)
         return;
-    }
+    CVu* const self = this;
+    Lanes lanes(&self, 1);
     for (uint32_t i = 0; i < count; ++i)
-    {
-        const float level = static_cast<float>(std::fabs(static_cast<double>(samples[i])));
-        const float current = value.load(relaxed);
-        if (level >= current)
-        {
-            if (upperLimit > current && wasRead.load(relaxed))
-                value.store(std::min(current * rise, upperLimit), relaxed);
-        }
-        else
-        {
-            value.store(std::max(floorLevel, level), relaxed);
-            wasRead.store(false, relaxed);
-        }
-    }
+        lanes.add(_mm_set_ss(samples[i]));
+    lanes.finish();
 }
 
 void CVu::setTime(float seconds, float sampleRate, int decimation)

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace
 {
@@ -22,6 +23,18 @@ std::atomic<uint32_t> noiseSeed{0};
 
 constexpr auto relaxed = std::memory_order_relaxed;
 
+// +noiseLevel when bit 17 of the generator state is set, else -noiseLevel:
+// the sign bit set from that bit, without a branch on a random bit.
+float signedNoise(uint32_t state)
+{
+    uint32_t bits;
+    std::memcpy(&bits, &noiseLevel, sizeof bits);
+    bits |= (~state & (1u << 17)) << 14;
+    float value;
+    std::memcpy(&value, &bits, sizeof value);
+    return value;
+}
+
 float dBToGain(float dB)
 {
     return std::pow(10.0f, dB * 0.05f);
@@ -32,16 +45,61 @@ float timeToCoef(float seconds, float fs)
     return std::exp(-1.0f / (fs * seconds));
 }
 
-// Polynomial soft clipper: unity slope at 0, flat at +-1 from +-2 on.
-float softClip(float x)
+// The distortion of the polynomial soft clipper, sat(x) - x, for four
+// samples. sat has unity slope at 0 and is flat at +-1 from +-2 on:
+// x - 0.25*x*x above 0, x + 0.25*x*x at and below 0; each lane takes the
+// value the scalar branches would.
+__m128 softClipResidual(__m128 x)
 {
-    if (x >= 2.0f)
-        return 1.0f;
-    if (x <= -2.0f)
-        return -1.0f;
-    if (x > 0.0f)
-        return x - 0.25f * x * x;
-    return x + 0.25f * x * x;
+    using ChannelLanes::select;
+    const __m128 bend = _mm_mul_ps(_mm_mul_ps(_mm_set1_ps(0.25f), x), x);
+    __m128 sat = select(_mm_cmpgt_ps(x, _mm_setzero_ps()), _mm_sub_ps(x, bend), _mm_add_ps(x, bend));
+    sat = select(_mm_cmple_ps(x, _mm_set1_ps(-2.0f)), _mm_set1_ps(-1.0f), sat);
+    sat = select(_mm_cmpge_ps(x, _mm_set1_ps(2.0f)), _mm_set1_ps(1.0f), sat);
+    return _mm_sub_ps(sat, x);
+}
+
+// The attack/release envelope's next value: it moves towards the held
+// maximum e with the attack coefficient when e is at or above it, else
+// with the release coefficient.
+__m128 follow(__m128 envelope, __m128 e, __m128 attack, __m128 release)
+{
+    const __m128 coef = ChannelLanes::select(_mm_cmpge_ps(e, envelope), attack, release);
+    return _mm_add_ps(e, _mm_mul_ps(_mm_sub_ps(envelope, e), coef));
+}
+
+__m128 broadcastLane0(__m128 v)
+{
+    return _mm_shuffle_ps(v, v, _MM_SHUFFLE(0, 0, 0, 0));
+}
+
+// std::max(acc, lane k of v) for k = from .. to-1 in turn, in lane 0 of
+// the result: a later lane replaces the running value only when larger.
+__m128 foldLanes(__m128 acc, __m128 v, int from, int to)
+{
+    if (from <= 0 && 0 < to)
+        acc = _mm_max_ss(v, acc);
+    if (from <= 1 && 1 < to)
+        acc = _mm_max_ss(_mm_shuffle_ps(v, v, _MM_SHUFFLE(1, 1, 1, 1)), acc);
+    if (from <= 2 && 2 < to)
+        acc = _mm_max_ss(_mm_shuffle_ps(v, v, _MM_SHUFFLE(2, 2, 2, 2)), acc);
+    if (from <= 3 && 3 < to)
+        acc = _mm_max_ss(_mm_shuffle_ps(v, v, _MM_SHUFFLE(3, 3, 3, 3)), acc);
+    return acc;
+}
+
+// The largest magnitude in a frame, four lanes at a time. Frame samples are
+// finite (the framework zeroes anything else), so the maximum does not
+// depend on the order of the comparisons; frames are a power of two long,
+// at least 4.
+float framePeak(const float* frame, int length)
+{
+    __m128 peak = _mm_setzero_ps();
+    for (int j = 0; j < length; j += 4)
+        peak = _mm_max_ps(peak, ChannelLanes::magnitude(_mm_loadu_ps(frame + j)));
+    peak = _mm_max_ps(peak, _mm_movehl_ps(peak, peak));
+    peak = _mm_max_ss(peak, _mm_shuffle_ps(peak, peak, _MM_SHUFFLE(1, 1, 1, 1)));
+    return _mm_cvtss_f32(peak);
 }
 }
 
@@ -49,6 +107,8 @@ CLimiter::CLimiter(int channelCount)
     : CPsychoProcessor(channelCount, channelCount, fftSize, frameSize, hopSize, sineOfSineSquaredWindow),
       channels(channelCount),
       channel(new Channel[size_t(std::max(channelCount, 0))]),
+      groupCount((std::max(channelCount, 0) + ChannelGroup::lanes - 1) / ChannelGroup::lanes),
+      group(new ChannelGroup[size_t(groupCount)]()),
       inputGain(1.0f),
       ceiling(1.0f),
       link(0.35f),
@@ -71,10 +131,32 @@ CLimiter::CLimiter(int channelCount)
       residualFrame(size_t(frameSize), 0.0f),
       residualSpectrum(size_t(fftSize), 0.0f),
       maskThreshold(size_t(fftSize / 2), 0.0f),
-      residualBandPower(size_t(fftSize / 2), 0.0f)
+      residualBandPower(size_t(fftSize / 2), 0.0f),
+      linkedHold(size_t(chunkLength), 0.0f),
+      linkedEnvelope(size_t(chunkLength), 0.0f),
+      quantizingChannel(size_t(std::max(channelCount, 0)), 0),
+      ditherDraws(size_t(chunkLength) * size_t(std::max(channelCount, 0)), 0.0f)
 {
     for (int ch = 0; ch < channels; ++ch)
         channel[ch].inputBandPower.assign(size_t(fftSize / 2), 0.0f);
+    for (int g = 0; g < groupCount; ++g)
+    {
+        ChannelGroup& lanes = group[g];
+        lanes.first = g * ChannelGroup::lanes;
+        lanes.count = std::min(ChannelGroup::lanes, channels - lanes.first);
+        for (int k = 0; k < lanes.count; ++k)
+        {
+            Channel& c = channel[lanes.first + k];
+            lanes.channel[k] = &c;
+            lanes.inputFilter[k] = &c.inputFilter;
+            lanes.rmsSmoother[k] = &c.rmsSmoother;
+            lanes.rmsMeter[k] = &c.rmsMeter;
+            lanes.peakMeter[k] = &c.peakMeter;
+            lanes.gainMeter[k] = &c.gainMeter;
+            lanes.truePeakDetector[k] = &c.truePeakDetector;
+            lanes.quantizer[k] = &c.quantizer;
+        }
+    }
     CLimiter::update();
     CLimiter::clear();
 }
@@ -156,12 +238,13 @@ void CLimiter::clear()
         c.saturationMeter.reset();
         c.truePeakDetector.clear();
         c.quantizer.clear();
-        c.holdCount = 0;
-        c.holdMax = 0.0f;
         c.envelope = 0.0f;
         std::fill(std::begin(c.smoother), std::end(c.smoother), 0.0f);
-        std::fill(std::begin(c.delay), std::end(c.delay), 0.0f);
-        std::fill(std::begin(c.detection), std::end(c.detection), 0.0f);
+    }
+    for (int g = 0; g < groupCount; ++g)
+    {
+        std::fill(&group[g].delay[0][0], &group[g].delay[0][0] + delayLength * ChannelGroup::lanes, 0.0f);
+        group[g].peakHold.clear();
     }
 }
 
@@ -183,124 +266,297 @@ void CLimiter::process(const float* const* in, float* const* out, int frames)
     block.clipLevel = clipLevel.load(relaxed);
     block.saturation = saturation.load(relaxed);
     const bool monitoring = monitor.load(relaxed);
-    const float preGain = monitoring ? 1.0f : block.inputGain;
-    const float detGain = monitoring ? block.inputGain : 1.0f;
-    const bool detectTruePeak = truePeak.load(relaxed);
-    const float ceil = ceiling.load(relaxed);
-    const float linkAmount = link.load(relaxed);
-    const int L = lookaheadSamples.load(relaxed);
-    const float attack = attackCoef.load(relaxed);
-    const float release = releaseCoef.load(relaxed);
-    const float smooth = smoothCoef.load(relaxed);
-    const float clip = block.clipLevel;
+    block.preGain = monitoring ? 1.0f : block.inputGain;
+    block.detectionGain = monitoring ? block.inputGain : 1.0f;
+    block.truePeak = truePeak.load(relaxed);
+    block.ceiling = ceiling.load(relaxed);
+    block.link = link.load(relaxed);
+    block.lookahead = lookaheadSamples.load(relaxed);
+    block.attackCoef = attackCoef.load(relaxed);
+    block.releaseCoef = releaseCoef.load(relaxed);
+    block.smoothCoef = smoothCoef.load(relaxed);
 
     // Spectral saturation: the input, 1024 samples later, lands in out.
     CFFTProcessor::process(in, out, frames);
 
-    uint32_t seed = noiseSeed.load(relaxed);
-    int w = writeIndex;
-    for (int i = 0; i < frames; ++i)
+    uint32_t noise = noiseSeed.load(relaxed);
+    for (int done = 0; done < frames; done += chunkLength)
+        processChunk(out, done, std::min(frames - done, chunkLength), noise);
+    noiseSeed.store(noise, relaxed);
+}
+
+void CLimiter::processChunk(float* const* out, int offset, int count, uint32_t& noise)
+{
+    // Input gain, and a random +-1e-8 for samples below it, frame by frame
+    // in channel order as the channels share the noise generator.
+    const __m128 preGain = _mm_set1_ps(block.preGain);
+    const __m128 noiseFloor = _mm_set1_ps(noiseLevel);
+    bool quietSamples = false;
+    for (int g = 0; g < groupCount; ++g)
     {
-        for (int ch = 0; ch < channels; ++ch)
+        ChannelGroup& lanes = group[g];
+        for (int k = 0; k < lanes.count; ++k)
         {
-            Channel& c = channel[ch];
-            float x = out[ch][i] * preGain;
-            if (std::fabs(x) < noiseLevel)
+            const float* source = out[lanes.first + k] + offset;
+            for (int i = 0; i < count; ++i)
+                lanes.input[i][k] = source[i];
+        }
+        __m128 quiet = _mm_setzero_ps();
+        for (int i = 0; i < count; ++i)
+        {
+            const __m128 x = _mm_mul_ps(_mm_load_ps(lanes.input[i]), preGain);
+            _mm_store_ps(lanes.input[i], x);
+            quiet = _mm_or_ps(quiet, _mm_cmplt_ps(ChannelLanes::magnitude(x), noiseFloor));
+        }
+        quietSamples = quietSamples || (_mm_movemask_ps(quiet) & ((1 << lanes.count) - 1)) != 0;
+    }
+    if (quietSamples)
+    {
+        for (int i = 0; i < count; ++i)
+        {
+            for (int g = 0; g < groupCount; ++g)
             {
-                seed = seed * 214013u + 2531011u;
-                x = (seed & (1u << 17)) ? noiseLevel : -noiseLevel;
-            }
-            c.inputFilter.process(&x);
-            c.delay[w] = x;
-
-            float d;
-            int r;
-            if (detectTruePeak)
-            {
-                r = (w + L + c.truePeakDetector.getLatency() + 1) & delayMask;
-                const float detected = c.delay[r] * detGain;
-                c.truePeakDetector.process(&detected);
-                d = c.truePeakDetector.readPeak();
-            }
-            else
-            {
-                r = (w + L + 1) & delayMask;
-                d = std::fabs(c.delay[r] * detGain);
-            }
-            d = std::max(d, ceil);
-            c.detection[r] = d;
-
-            // Sliding maximum over the last L+1 detections. When the held
-            // maximum expires, the window is rescanned; equal values let the
-            // later one win so the hold lasts as long as possible.
-            if (d >= c.holdMax)
-            {
-                c.holdMax = d;
-                c.holdCount = L;
-            }
-            else if (--c.holdCount < 0)
-            {
-                c.holdMax = ceil;
-                c.holdCount = L;
-                for (int j = 0; j <= L; ++j)
+                ChannelGroup& lanes = group[g];
+                for (int k = 0; k < lanes.count; ++k)
                 {
-                    const float candidate = c.detection[(w + j + 1) & delayMask];
-                    if (candidate >= c.holdMax)
+                    if (std::fabs(lanes.input[i][k]) < noiseLevel)
                     {
-                        c.holdMax = candidate;
-                        c.holdCount = j;
+                        noise = noise * 214013u + 2531011u;
+                        lanes.input[i][k] = signedNoise(noise);
                     }
                 }
             }
-
-            const float e = c.holdMax;
-            if (e >= c.envelope)
-                c.envelope = e + (c.envelope - e) * attack;
-            else
-                c.envelope = e + (c.envelope - e) * release;
-        }
-
-        w = (w + 1) & delayMask;
-        float maxAll = channel[0].holdMax;
-        float envAll = channel[0].envelope;
-        for (int ch = 1; ch < channels; ++ch)
-        {
-            maxAll = std::max(maxAll, channel[ch].holdMax);
-            envAll = std::max(envAll, channel[ch].envelope);
-        }
-
-        for (int ch = 0; ch < channels; ++ch)
-        {
-            Channel& c = channel[ch];
-            // The two halves of the link range mix different quantities:
-            // up to 0.5 the other channels' envelope, above it their raw hold.
-            float v;
-            if (linkAmount <= 0.5f)
-                v = std::max(std::max(c.envelope, 2.0f * linkAmount * envAll), c.holdMax);
-            else
-                v = std::max(std::max(c.holdMax, 2.0f * (linkAmount - 0.5f) * maxAll), envAll);
-
-            c.smoother[0] = v + (c.smoother[0] - v) * smooth;
-            c.smoother[1] = c.smoother[0] + (c.smoother[1] - c.smoother[0]) * smooth;
-            c.smoother[2] = c.smoother[1] + (c.smoother[2] - c.smoother[1]) * smooth;
-            c.smoother[3] = c.smoother[2] + (c.smoother[3] - c.smoother[2]) * smooth;
-
-            const float s3 = c.smoother[3];
-            float g = s3 > ceil ? ceil / s3 : 1.0f;
-            float y = g * c.delay[w];
-            c.quantizer.process(&y);
-            y = std::min(std::max(y, -clip), clip);
-            out[ch][i] = y;
-
-            c.gainMeter.process(&g, 1);
-            c.peakMeter.process(&y, 1);
-            float power = y * y;
-            c.rmsSmoother.process(&power);
-            c.rmsMeter.process(&power, 1);
         }
     }
-    writeIndex = w;
-    noiseSeed.store(seed, relaxed);
+
+    for (int g = 0; g < groupCount; ++g)
+        detectPeaks(group[g], count);
+
+    // The quantizers share the dither generator: draw frame by frame in
+    // channel order, as processing sample by sample would.
+    int quantizing = 0;
+    for (int ch = 0; ch < channels; ++ch)
+    {
+        if (channel[ch].quantizer.isActive())
+            quantizingChannel[size_t(quantizing++)] = ch;
+    }
+    if (quantizing > 0)
+    {
+        const float* draws = ditherDraws.data();
+        CQuantizer::drawDither(ditherDraws.data(), count * quantizing);
+        for (int q = 0; q < quantizing; ++q)
+        {
+            const int ch = quantizingChannel[size_t(q)];
+            ChannelGroup::LaneFrame* dither = group[ch / ChannelGroup::lanes].dither;
+            const int lane = ch % ChannelGroup::lanes;
+            for (int i = 0; i < count; ++i)
+                dither[i][lane] = draws[i * quantizing + q];
+        }
+    }
+
+    for (int g = 0; g < groupCount; ++g)
+        applyGain(group[g], out, offset, count);
+    writeIndex = (writeIndex + count) & delayMask;
+}
+
+void CLimiter::detectPeaks(ChannelGroup& lanes, int count)
+{
+    const BlockSettings& s = block;
+    // The detector's own delay is made up by reading further ahead.
+    const int lead = s.truePeak ? channel[lanes.first].truePeakDetector.getLatency() : 0;
+    const int detectionOffset = s.lookahead + lead + 1;
+    const __m128 detectionGain = _mm_set1_ps(s.detectionGain);
+    const __m128 ceiling = _mm_set1_ps(s.ceiling);
+
+    // The detection reads the delay line 512 - detectionOffset samples
+    // behind its input, so of this chunk's input it reads only what its
+    // first count + detectionOffset - 512 samples write (and none of them
+    // overwrites a position read by an earlier sample of the chunk). The
+    // input filter runs here for those, with their output taps read before
+    // the chunk overwrites them, and for the rest with the gain (see
+    // applyGain).
+    lanes.filteredFirst = std::max(0, std::min(count, count + detectionOffset - delayLength));
+    C1LPF::Lanes inputFilter(lanes.inputFilter, lanes.count);
+    for (int i = 0, w = writeIndex; i < lanes.filteredFirst; ++i, w = (w + 1) & delayMask)
+    {
+        _mm_store_ps(lanes.delayed[i], _mm_load_ps(lanes.delay[(w + 1) & delayMask]));
+        _mm_store_ps(lanes.delay[w], inputFilter.highpass(_mm_load_ps(lanes.input[i])));
+    }
+    inputFilter.finish();
+
+    // Detection; the values go to `held`, where the sliding maximum
+    // replaces them.
+    CISPDetector::Lanes detector(lanes.truePeakDetector, lanes.count);
+    for (int i = 0, w = writeIndex; i < count; ++i, w = (w + 1) & delayMask)
+    {
+        const __m128 ahead = _mm_mul_ps(_mm_load_ps(lanes.delay[(w + detectionOffset) & delayMask]), detectionGain);
+        __m128 d;
+        if (s.truePeak)
+        {
+            detector.process(ahead);
+            d = detector.readPeak();
+        }
+        else
+        {
+            d = ChannelLanes::magnitude(ahead);
+        }
+        // max(d, ceiling), keeping d when it is NaN as std::max does.
+        _mm_store_ps(lanes.held[i], _mm_max_ps(ceiling, d));
+    }
+    if (s.truePeak)
+        detector.finish();
+
+    lanes.peakHold.process(lanes.held, lanes.held, count, writeIndex, s.lookahead, lead, s.ceiling);
+
+    // With one group the envelope and the link come with the gain, in the
+    // same loop, where their arithmetic overlaps with the smoothing's.
+    if (groupCount == 1)
+        return;
+
+    // Attack/release envelope, and the largest held maximum and envelope
+    // over the channels, taken in channel order and carried on from the
+    // groups before this one.
+    const __m128 attack = _mm_set1_ps(s.attackCoef);
+    const __m128 release = _mm_set1_ps(s.releaseCoef);
+    __m128 envelope = ChannelLanes::gather(lanes.channel, lanes.count, [](Channel* c) -> float& { return c->envelope; });
+    const bool firstGroup = lanes.first == 0;
+    for (int i = 0; i < count; ++i)
+    {
+        const __m128 e = _mm_load_ps(lanes.held[i]);
+        envelope = follow(envelope, e, attack, release);
+        _mm_store_ps(lanes.envelope[i], envelope);
+
+        __m128 linkedMax = firstGroup ? e : _mm_load_ss(&linkedHold[size_t(i)]);
+        __m128 linkedEnv = firstGroup ? envelope : _mm_load_ss(&linkedEnvelope[size_t(i)]);
+        linkedMax = foldLanes(linkedMax, e, firstGroup ? 1 : 0, lanes.count);
+        linkedEnv = foldLanes(linkedEnv, envelope, firstGroup ? 1 : 0, lanes.count);
+        _mm_store_ss(&linkedHold[size_t(i)], linkedMax);
+        _mm_store_ss(&linkedEnvelope[size_t(i)], linkedEnv);
+    }
+    ChannelLanes::scatter(lanes.channel, lanes.count, [](Channel* c) -> float& { return c->envelope; }, envelope);
+}
+
+void CLimiter::applyGain(ChannelGroup& lanes, float* const* out, int offset, int count)
+{
+    const BlockSettings& s = block;
+    const __m128 ceil = _mm_set1_ps(s.ceiling);
+    const __m128 clip = _mm_set1_ps(s.clipLevel);
+    const __m128 minusClip = _mm_set1_ps(-s.clipLevel);
+    const __m128 smooth = _mm_set1_ps(s.smoothCoef);
+    const __m128 unity = _mm_set1_ps(1.0f);
+    // The two halves of the link range mix different quantities: up to 0.5
+    // the other channels' envelope, above it their raw hold.
+    const bool lowerHalf = s.link <= 0.5f;
+    const __m128 linkFactor = _mm_set1_ps(lowerHalf ? 2.0f * s.link : 2.0f * (s.link - 0.5f));
+    const bool alone = groupCount == 1;
+    const __m128 attack = _mm_set1_ps(s.attackCoef);
+    const __m128 release = _mm_set1_ps(s.releaseCoef);
+    __m128 envelopeNow = alone ? ChannelLanes::gather(lanes.channel, lanes.count, [](Channel* c) -> float& { return c->envelope; })
+                               : _mm_setzero_ps();
+
+    __m128 smoother[4];
+    for (int k = 0; k < 4; ++k)
+        smoother[k] = ChannelLanes::gather(lanes.channel, lanes.count, [k](Channel* c) -> float& { return c->smoother[k]; });
+    bool quantizing = false;
+    for (int k = 0; k < lanes.count; ++k)
+        quantizing = quantizing || lanes.quantizer[k]->isActive();
+    C1LPF::Lanes rmsSmoother(lanes.rmsSmoother, lanes.count);
+    C1LPF::Lanes inputFilter(lanes.inputFilter, lanes.count);
+    CQuantizer::Lanes quantizer(lanes.quantizer, lanes.count);
+
+    // Two kinds of work per sample, each with its own chain from sample to
+    // sample: the smoothing, and the gain with the RMS smoother. Done for the
+    // same sample in one pass they would chain into one, deeper than the
+    // processor can look ahead; so one pass does the smoothing of a sample
+    // and the gain of the sample `gainLag` before it, and the two chains run
+    // side by side.
+    //
+    // The smoothing's last section goes to `gain` until the gain replaces
+    // it. With the smoothing run the input filter and the delay line for the
+    // samples from lanes.filteredFirst on (their output taps are read before
+    // the next sample overwrites them). The quantizer, when active, comes
+    // between the gain and the clip.
+    constexpr int gainLag = 8;
+    for (int n = 0; n < count + gainLag; ++n)
+    {
+        if (n < count)
+        {
+            const int i = n;
+            const __m128 held = _mm_load_ps(lanes.held[i]);
+            __m128 envelope;
+            __m128 linkedMax;
+            __m128 linkedEnv;
+            if (alone)
+            {
+                envelopeNow = follow(envelopeNow, held, attack, release);
+                envelope = envelopeNow;
+                linkedMax = broadcastLane0(foldLanes(held, held, 1, lanes.count));
+                linkedEnv = broadcastLane0(foldLanes(envelope, envelope, 1, lanes.count));
+            }
+            else
+            {
+                envelope = _mm_load_ps(lanes.envelope[i]);
+                linkedMax = _mm_set1_ps(linkedHold[size_t(i)]);
+                linkedEnv = _mm_set1_ps(linkedEnvelope[size_t(i)]);
+            }
+            const __m128 linked = _mm_mul_ps(linkFactor, lowerHalf ? linkedEnv : linkedMax);
+            // max(max(a, linked), b) with std::max's order: a later value
+            // wins only when it is larger.
+            const __m128 v = lowerHalf ? _mm_max_ps(held, _mm_max_ps(linked, envelope))
+                                       : _mm_max_ps(linkedEnv, _mm_max_ps(linked, held));
+
+            smoother[0] = _mm_add_ps(v, _mm_mul_ps(_mm_sub_ps(smoother[0], v), smooth));
+            smoother[1] = _mm_add_ps(smoother[0], _mm_mul_ps(_mm_sub_ps(smoother[1], smoother[0]), smooth));
+            smoother[2] = _mm_add_ps(smoother[1], _mm_mul_ps(_mm_sub_ps(smoother[2], smoother[1]), smooth));
+            smoother[3] = _mm_add_ps(smoother[2], _mm_mul_ps(_mm_sub_ps(smoother[3], smoother[2]), smooth));
+            _mm_store_ps(lanes.gain[i], smoother[3]);
+
+            if (i >= lanes.filteredFirst)
+            {
+                const int w = (writeIndex + i) & delayMask;
+                _mm_store_ps(lanes.delayed[i], _mm_load_ps(lanes.delay[(w + 1) & delayMask]));
+                _mm_store_ps(lanes.delay[w], inputFilter.highpass(_mm_load_ps(lanes.input[i])));
+            }
+        }
+        if (n >= gainLag)
+        {
+            const int i = n - gainLag;
+            const __m128 s3 = _mm_load_ps(lanes.gain[i]);
+            const __m128 g = ChannelLanes::select(_mm_cmpgt_ps(s3, ceil), _mm_div_ps(ceil, s3), unity);
+            _mm_store_ps(lanes.gain[i], g);
+            __m128 y = _mm_mul_ps(g, _mm_load_ps(lanes.delayed[i]));
+            if (quantizing)
+                y = quantizer.quantize(y, _mm_load_ps(lanes.dither[i]));
+            // min(max(y, -clip), clip) with std::min's and std::max's order.
+            y = _mm_min_ps(clip, _mm_max_ps(minusClip, y));
+            _mm_store_ps(lanes.meanSquare[i], rmsSmoother.lowpass(_mm_mul_ps(y, y)));
+            _mm_store_ps(lanes.output[i], y);
+        }
+    }
+    quantizer.finish();
+    rmsSmoother.finish();
+    inputFilter.finish();
+    if (alone)
+        ChannelLanes::scatter(lanes.channel, lanes.count, [](Channel* c) -> float& { return c->envelope; }, envelopeNow);
+    for (int k = 0; k < 4; ++k)
+        ChannelLanes::scatter(lanes.channel, lanes.count, [k](Channel* c) -> float& { return c->smoother[k]; }, smoother[k]);
+
+    CVu::Lanes gainMeter(lanes.gainMeter, lanes.count);
+    CVu::Lanes peakMeter(lanes.peakMeter, lanes.count);
+    CVu::Lanes rmsMeter(lanes.rmsMeter, lanes.count);
+    gainMeter.addBlock(lanes.gain, count);
+    peakMeter.addBlock(lanes.output, count);
+    rmsMeter.addBlock(lanes.meanSquare, count);
+    gainMeter.finish();
+    peakMeter.finish();
+    rmsMeter.finish();
+
+    for (int k = 0; k < lanes.count; ++k)
+    {
+        float* destination = out[lanes.first + k] + offset;
+        for (int i = 0; i < count; ++i)
+            destination[i] = lanes.output[i][k];
+    }
 }
 
 void CLimiter::processFrame()
@@ -324,10 +580,7 @@ void CLimiter::processFrame()
             continue;
         }
 
-        float peak = 0.0f;
-        for (int j = 0; j < frameLength; ++j)
-            peak = std::max(peak, std::fabs(input[j]));
-        const float p = gain * peak;
+        const float p = gain * framePeak(input, frameLength);
         if (p <= clip)
         {
             copyFrame(input, output);
@@ -340,12 +593,9 @@ void CLimiter::processFrame()
         // The frame would clip: add the soft clipper's distortion where the
         // signal itself masks it. The residual stays at the scale of k*x.
         transform(input, spectrum, false);
-        const float k = 2.0f * gain / p;
-        for (int j = 0; j < frameLength; ++j)
-        {
-            const float kx = k * input[j];
-            residualFrame[size_t(j)] = softClip(kx) - kx;
-        }
+        const __m128 k = _mm_set1_ps(2.0f * gain / p);
+        for (int j = 0; j < frameLength; j += 4)
+            _mm_storeu_ps(residualFrame.data() + j, softClipResidual(_mm_mul_ps(k, _mm_loadu_ps(input + j))));
         float* residual = residualSpectrum.data();
         transform(residualFrame.data(), residual, false);
         bandPower(spectrum, spectrum, power, powerCoef);

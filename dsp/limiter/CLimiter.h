@@ -5,6 +5,7 @@
 #include "blocks/CQuantizer.h"
 #include "blocks/CVu.h"
 #include "limiter/CISPDetector.h"
+#include "limiter/CSlidingMaximum.h"
 #include "processor/CPsychoProcessor.h"
 
 #include <atomic>
@@ -16,6 +17,14 @@
 // saturation on FFT frames, sample- or true-peak detection read ahead of a
 // delay line, sliding maximum with attack/release and stereo link, four
 // smoothing sections, word-length reduction, a clip at the ceiling, meters.
+//
+// The per-sample work runs in stages over chunks of up to 512 samples, with
+// up to four channels side by side in the lanes of SSE2 registers and each
+// stage's running state in registers; what couples the channels (the link,
+// and the noise and dither generators they share, drawn frame by frame in
+// channel order) runs across them. Every sample gets the same operations in
+// the same order as in a loop over samples and channels, so the output is
+// the same bits.
 //
 // Settings may be written from any thread while process() runs: they are
 // relaxed atomics, read once per block. Changes that need the per-channel
@@ -59,6 +68,8 @@ public:
 private:
     static constexpr int delayLength = 512;
     static constexpr int delayMask = delayLength - 1;
+    // Samples per pass of the per-sample stages.
+    static constexpr int chunkLength = 512;
 
     struct Channel
     {
@@ -71,13 +82,45 @@ private:
         CVu saturationMeter;
         CISPDetector truePeakDetector;
         CQuantizer quantizer;
-        float delay[delayLength];
-        float detection[delayLength];
-        float holdMax;
-        int holdCount;
         float envelope;
         float smoother[4];
         std::vector<float> inputBandPower;
+    };
+
+    // Up to four channels processed side by side, one per SSE2 lane.
+    struct ChannelGroup
+    {
+        static constexpr int lanes = ChannelLanes::width;
+        using LaneFrame = float[lanes];
+
+        int first = 0;
+        int count = 0;
+        // Samples of the chunk in process whose input filter ran before the
+        // detection; the rest run with the gain.
+        int filteredFirst = 0;
+        // The group's channels and their blocks, as the Lanes classes take them.
+        Channel* channel[lanes] = {};
+        C1LPF* inputFilter[lanes] = {};
+        C1LPF* rmsSmoother[lanes] = {};
+        CVu* rmsMeter[lanes] = {};
+        CVu* peakMeter[lanes] = {};
+        CVu* gainMeter[lanes] = {};
+        CISPDetector* truePeakDetector[lanes] = {};
+        CQuantizer* quantizer[lanes] = {};
+
+        // The audio delay lines, and the detection buffers with the held
+        // maxima.
+        alignas(16) LaneFrame delay[delayLength] = {};
+        CSlidingMaximum peakHold;
+        // The chunk in process, as one stage hands it to the next.
+        alignas(16) LaneFrame input[chunkLength] = {};   // gained input with the noise floor
+        alignas(16) LaneFrame delayed[chunkLength] = {}; // the delay line's output tap
+        alignas(16) LaneFrame held[chunkLength] = {};    // sliding maximum
+        alignas(16) LaneFrame envelope[chunkLength] = {};
+        alignas(16) LaneFrame dither[chunkLength] = {};  // the quantizers' dither draws
+        alignas(16) LaneFrame gain[chunkLength] = {};
+        alignas(16) LaneFrame output[chunkLength] = {};
+        alignas(16) LaneFrame meanSquare[chunkLength] = {}; // the RMS meter's input
     };
 
     // Scalar coefficients (any thread) and per-channel blocks (audio thread
@@ -86,16 +129,34 @@ private:
     void updateLookahead(float seconds);
     void configureChannels();
 
+    // The per-sample stages of one chunk of out, in place.
+    void processChunk(float* const* out, int offset, int count, uint32_t& noise);
+    // Input filter, delay line, detection, sliding maximum and envelope.
+    void detectPeaks(ChannelGroup& group, int count);
+    // Link, smoothing, gain, quantizer, clip and meters into out.
+    void applyGain(ChannelGroup& group, float* const* out, int offset, int count);
+
     // Settings as read at the start of the current block.
     struct BlockSettings
     {
         float inputGain = 1.0f;
         float clipLevel = 1.0f;
         float saturation = 0.0f;
+        float preGain = 1.0f;
+        float detectionGain = 1.0f;
+        bool truePeak = false;
+        float ceiling = 1.0f;
+        float link = 0.0f;
+        int lookahead = 4;
+        float attackCoef = 0.0f;
+        float releaseCoef = 0.0f;
+        float smoothCoef = 0.0f;
     };
 
     const int channels;
     std::unique_ptr<Channel[]> channel;
+    const int groupCount;
+    std::unique_ptr<ChannelGroup[]> group;
 
     std::atomic<float> inputGain;
     std::atomic<float> ceiling;
@@ -124,4 +185,12 @@ private:
     std::vector<float> residualSpectrum;
     std::vector<float> maskThreshold;
     std::vector<float> residualBandPower;
+    // Per sample of the chunk: the largest held maximum and envelope over
+    // the channels.
+    std::vector<float> linkedHold;
+    std::vector<float> linkedEnvelope;
+    // The chunk's dither draws, frame by frame, for the channels whose
+    // quantizer is active, in channel order.
+    std::vector<int> quantizingChannel;
+    std::vector<float> ditherDraws;
 };

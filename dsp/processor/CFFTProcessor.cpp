@@ -8,6 +8,23 @@ namespace
 constexpr float pi = 3.1415927f;
 constexpr float sqrtTwo = 1.4142135f;
 constexpr float sqrtHalf = 0.70710677f;
+
+// Calls run(j, end, frameIndex, transformIndex) for the stretches of
+// first <= j < last over which both the circular frame index (j + pos) &
+// frameMask and the transform index j & fftMask run without wrapping, so
+// that each stretch is a plain loop over three arrays.
+template <typename Run>
+void forEachStretch(int first, int last, int pos, int frameLength, int fftLength, Run run)
+{
+    for (int j = first; j < last;)
+    {
+        const int frameIndex = (j + pos) & (frameLength - 1);
+        const int transformIndex = j & (fftLength - 1);
+        const int end = std::min({last, j + frameLength - frameIndex, j + fftLength - transformIndex});
+        run(j, end, frameIndex, transformIndex);
+        j = end;
+    }
+}
 }
 
 CFFTProcessor::CFFTProcessor(int inputs, int outputs, int fftLength_, int frameLength_, int hop_, int windowType_)
@@ -34,18 +51,24 @@ void CFFTProcessor::process(const float* const* in, float* const* out, int frame
 {
     const int hopMask = hop - 1;
     const int frameMask = frameLength - 1;
-    for (int i = 0; i < frames; ++i)
+    // Stretch by stretch up to the next hop: within one, every input sample
+    // is read before any output sample is written, as sample by sample.
+    for (int i = 0; i < frames;)
     {
+        const int count = std::min(frames - i, hop - (framePos & hopMask));
         for (int ch = 0; ch < numInputs; ++ch)
         {
             // Garbage (NaN, infinities, absurd levels) enters as silence so
             // that no filter, delay line or envelope downstream is poisoned.
-            const float x = in[ch][i];
-            inFrame[size_t(ch)][size_t(framePos)] = std::fabs(x) <= 1000.0f ? x : 0.0f;
+            const float* source = in[ch] + i;
+            float* frame = inFrame[size_t(ch)].data() + framePos;
+            for (int j = 0; j < count; ++j)
+                frame[j] = std::fabs(source[j]) <= 1000.0f ? source[j] : 0.0f;
         }
         for (int ch = 0; ch < numOutputs; ++ch)
-            out[ch][i] = outFrame[size_t(ch)][size_t(framePos)];
-        ++framePos;
+            std::copy_n(outFrame[size_t(ch)].data() + framePos, count, out[ch] + i);
+        framePos += count;
+        i += count;
         if ((framePos & hopMask) == 0)
         {
             framePos &= frameMask;
@@ -65,15 +88,18 @@ void CFFTProcessor::clear()
 
 void CFFTProcessor::transform(float* frame, float* spectrum, bool inverse)
 {
-    const int mask = frameLength - 1;
-    const int fftMask = fftLength - 1;
+    const float* window = analysis.data();
     if (!inverse)
     {
-        for (int j = 0; j < fftLength; ++j)
-            spectrum[j] = frame[(j + framePos) & mask] * analysis[size_t(j)];
+        forEachStretch(0, fftLength, framePos, frameLength, fftLength, [&](int j, int end, int f, int t) {
+            for (; j < end; ++j, ++f, ++t)
+                spectrum[t] = frame[f] * window[j];
+        });
         // Frames longer than the transform fold onto it in time.
-        for (int j = fftLength; j < frameLength; ++j)
-            spectrum[j & fftMask] += frame[(j + framePos) & mask] * analysis[size_t(j)];
+        forEachStretch(fftLength, frameLength, framePos, frameLength, fftLength, [&](int j, int end, int f, int t) {
+            for (; j < end; ++j, ++f, ++t)
+                spectrum[t] += frame[f] * window[j];
+        });
         fft.transform(spectrum, false);
         spectrum[0] *= sqrtHalf;
         spectrum[1] = 0.0f;
@@ -84,21 +110,32 @@ void CFFTProcessor::transform(float* frame, float* spectrum, bool inverse)
     spectrum[1] = 0.0f;
     fft.transform(spectrum, true);
     const int overlap = frameLength - hop;
-    for (int j = 0; j < overlap; ++j)
-        frame[(j + framePos) & mask] += spectrum[j & fftMask] * synthesis[size_t(j)];
-    for (int j = overlap; j < frameLength; ++j)
-        frame[(j + framePos) & mask] = spectrum[j & fftMask] * synthesis[size_t(j)];
+    window = synthesis.data();
+    forEachStretch(0, overlap, framePos, frameLength, fftLength, [&](int j, int end, int f, int t) {
+        for (; j < end; ++j, ++f, ++t)
+            frame[f] += spectrum[t] * window[j];
+    });
+    forEachStretch(overlap, frameLength, framePos, frameLength, fftLength, [&](int j, int end, int f, int t) {
+        for (; j < end; ++j, ++f, ++t)
+            frame[f] = spectrum[t] * window[j];
+    });
 }
 
 void CFFTProcessor::copyFrame(const float* in, float* out)
 {
-    const int mask = frameLength - 1;
     const float roundTripGain = float(fftLength) * 0.5f;
     const int overlap = frameLength - hop;
-    for (int j = 0; j < overlap; ++j)
-        out[(j + framePos) & mask] += in[(j + framePos) & mask] * analysis[size_t(j)] * synthesis[size_t(j)] * roundTripGain;
-    for (int j = overlap; j < frameLength; ++j)
-        out[(j + framePos) & mask] = in[(j + framePos) & mask] * analysis[size_t(j)] * synthesis[size_t(j)] * roundTripGain;
+    const float* a = analysis.data();
+    const float* s = synthesis.data();
+    // Only the frame index matters here: fftLength plays no part.
+    forEachStretch(0, overlap, framePos, frameLength, frameLength, [&](int j, int end, int f, int) {
+        for (; j < end; ++j, ++f)
+            out[f] += in[f] * a[j] * s[j] * roundTripGain;
+    });
+    forEachStretch(overlap, frameLength, framePos, frameLength, frameLength, [&](int j, int end, int f, int) {
+        for (; j < end; ++j, ++f)
+            out[f] = in[f] * a[j] * s[j] * roundTripGain;
+    });
 }
 
 void CFFTProcessor::processFrame()

@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <unistd.h>
 
 namespace
@@ -85,19 +86,30 @@ int PalisorneCommandLine::run(int argc, const char* const* argv)
     infoCommand->add_option("--plugin", infoPlugin, "VST2 module (default: KW_Palisorne.so)");
     infoCommand->add_option("--rate", infoRate, "Sample rate to start the plug-in at")->capture_default_str();
 
-    std::vector<std::string> benchPlugins;
-    double benchSeconds = 10.0;
-    int benchRate = 48000;
-    int benchBlock = 512;
-    int benchPasses = 5;
+    BenchSettings benchSettings;
     CLI::App* benchCommand = app.add_subcommand(
         "bench", "Real-time factor of one or more plug-ins on the same generated material (median of passes).");
-    benchCommand->add_option("--plugin", benchPlugins, "VST2 module (repeatable; default: KW_Palisorne.so)")
+    benchCommand->add_option("--plugin", benchSettings.plugins, "VST2 module (repeatable; default: KW_Palisorne.so)")
         ->allow_extra_args(false);
-    benchCommand->add_option("--seconds", benchSeconds, "Length of the material")->capture_default_str();
-    benchCommand->add_option("--rate", benchRate, "Sample rate")->capture_default_str();
-    benchCommand->add_option("--block", benchBlock, "Frames per process call")->capture_default_str();
-    benchCommand->add_option("--passes", benchPasses, "Passes per plug-in")->capture_default_str();
+    benchCommand
+        ->add_option("--program", benchSettings.programs,
+                     "N:PROGRAM for the N-th --plugin (from 1), by name or index (repeatable)")
+        ->allow_extra_args(false);
+    benchCommand
+        ->add_option("--set", benchSettings.unitSettings,
+                     "N:NAME=VALUE for the N-th --plugin, in the units it shows, e.g. \"2:th=-1\" (repeatable)")
+        ->allow_extra_args(false);
+    benchCommand
+        ->add_option("--set-norm", benchSettings.normalisedSettings,
+                     "N:NAME=VALUE for the N-th --plugin, VALUE normalised 0..1 (repeatable)")
+        ->allow_extra_args(false);
+    benchCommand->add_option("--seconds", benchSettings.seconds, "Length of the material")->capture_default_str();
+    benchCommand->add_option("--rate", benchSettings.sampleRate, "Sample rate")->capture_default_str();
+    benchCommand->add_option("--block", benchSettings.blockFrames, "Frames per process call")->capture_default_str();
+    benchCommand->add_option("--passes", benchSettings.passes, "Passes per plug-in")->capture_default_str();
+    benchCommand
+        ->add_option("--gain", benchSettings.gainDb, "Level change of the material in dB, the same for every plug-in")
+        ->capture_default_str();
 
     std::string demoPlugin;
     std::string demoDirectory = ".";
@@ -164,7 +176,7 @@ int PalisorneCommandLine::run(int argc, const char* const* argv)
         }
         if (benchCommand->parsed())
         {
-            return bench(benchPlugins, benchSeconds, benchRate, benchBlock, benchPasses);
+            return bench(benchSettings);
         }
         return demo(demoPlugin, demoDirectory, demoJson);
     }
@@ -243,18 +255,52 @@ int PalisorneCommandLine::info(const std::string& pluginPath, double sampleRate)
     return 0;
 }
 
-int PalisorneCommandLine::bench(const std::vector<std::string>& pluginPaths, double seconds, int sampleRate,
-                                int blockFrames, int passes)
+int PalisorneCommandLine::bench(const BenchSettings& settings)
 {
-    std::vector<std::string> paths = pluginPaths;
-    if (paths.empty())
+    std::vector<BenchmarkContender> contenders;
+    for (const std::string& path : settings.plugins)
     {
-        paths.push_back(PluginLocator::findDefault());
+        contenders.push_back({path, "", {}, {}});
     }
-    const RealTimeBenchmark benchmark(seconds, sampleRate, blockFrames, passes);
-    const std::vector<BenchmarkResult> results = benchmark.run(paths);
-    out << "material: generated demo mix, " << formatted("%.1f", seconds) << " s stereo at " << sampleRate
-        << " Hz, blocks of " << blockFrames << " frames, " << passes << " passes; process calls timed only\n";
+    if (contenders.empty())
+    {
+        contenders.push_back({PluginLocator::findDefault(), "", {}, {}});
+    }
+    // "N:TEXT" names the N-th plug-in; returns it and TEXT.
+    auto target = [&contenders](const char* option, const std::string& text) {
+        const size_t colon = text.find(':');
+        char* end = nullptr;
+        const long which = colon == std::string::npos ? 0 : std::strtol(text.c_str(), &end, 10);
+        if (colon == std::string::npos || end != text.c_str() + colon || which < 1
+            || which > static_cast<long>(contenders.size()))
+        {
+            throw HostError(std::string(option) + " '" + text + "': expected N:..., N from 1 to the number of plug-ins ("
+                            + std::to_string(contenders.size()) + ")");
+        }
+        return std::make_pair(&contenders[static_cast<size_t>(which - 1)], text.substr(colon + 1));
+    };
+    for (const std::string& text : settings.programs)
+    {
+        const auto [contender, program] = target("--program", text);
+        contender->program = program;
+    }
+    for (const std::string& text : settings.unitSettings)
+    {
+        const auto [contender, setting] = target("--set", text);
+        contender->unitSettings.push_back(setting);
+    }
+    for (const std::string& text : settings.normalisedSettings)
+    {
+        const auto [contender, setting] = target("--set-norm", text);
+        contender->normalisedSettings.push_back(setting);
+    }
+
+    const RealTimeBenchmark benchmark(settings.seconds, settings.sampleRate, settings.blockFrames, settings.passes,
+                                      settings.gainDb);
+    const std::vector<BenchmarkResult> results = benchmark.run(contenders);
+    out << "material: generated demo mix" << (settings.gainDb != 0.0 ? formatted(" %+.1f dB", settings.gainDb) : "")
+        << ", " << formatted("%.1f", settings.seconds) << " s stereo at " << settings.sampleRate << " Hz, blocks of "
+        << settings.blockFrames << " frames, " << settings.passes << " passes; process calls timed only\n";
     char line[512];
     std::snprintf(line, sizeof(line), "%-24s %8s %14s %21s  %s\n", "plug-in", "latency", "x real time",
                   "passes (min..max)", "module");

@@ -4,10 +4,12 @@
 #include "HostError.h"
 #include "HostedPlugin.h"
 #include "InterruptFlag.h"
+#include "ParameterSetting.h"
 #include "PlanarBuffer.h"
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <memory>
 
 namespace
@@ -23,11 +25,12 @@ struct Contender
 };
 }
 
-RealTimeBenchmark::RealTimeBenchmark(double seconds, int sampleRate, int blockFrames, int passes)
+RealTimeBenchmark::RealTimeBenchmark(double seconds, int sampleRate, int blockFrames, int passes, double gainDb)
     : seconds(seconds)
     , sampleRate(sampleRate)
     , blockFrames(blockFrames)
     , passes(passes)
+    , gainDb(gainDb)
 {
     if (!(seconds > 0.0) || seconds > 3600.0)
     {
@@ -45,18 +48,28 @@ RealTimeBenchmark::RealTimeBenchmark(double seconds, int sampleRate, int blockFr
     {
         throw HostError("--passes must lie between 1 and 1000");
     }
+    if (!(std::fabs(gainDb) <= 60.0))
+    {
+        throw HostError("--gain must lie between -60 and +60 dB");
+    }
 }
 
-std::vector<BenchmarkResult> RealTimeBenchmark::run(const std::vector<std::string>& pluginPaths) const
+std::vector<BenchmarkResult> RealTimeBenchmark::run(const std::vector<BenchmarkContender>& setups) const
 {
-    const std::vector<float> material = DemoMix(sampleRate).render(seconds);
+    std::vector<float> material = DemoMix(sampleRate).render(seconds);
+    const float gain = static_cast<float>(std::pow(10.0, gainDb / 20.0));
+    for (float& sample : material)
+    {
+        sample *= gain;
+    }
     const size_t frames = material.size() / pluginChannels;
     const size_t block = static_cast<size_t>(blockFrames);
 
     std::vector<Contender> contenders;
     std::vector<BenchmarkResult> results;
-    for (const std::string& path : pluginPaths)
+    for (const BenchmarkContender& setup : setups)
     {
+        const std::string& path = setup.path;
         Contender contender;
         contender.plugin = std::make_unique<HostedPlugin>(path);
         VstModule& module = contender.plugin->module();
@@ -66,12 +79,23 @@ std::vector<BenchmarkResult> RealTimeBenchmark::run(const std::vector<std::strin
             throw HostError(contender.plugin->displayName() + " (" + path + ") is not a stereo VST 2.4 effect");
         }
         contender.plugin->start(sampleRate, blockFrames);
+        if (!setup.program.empty())
+        {
+            contender.plugin->selectProgram(setup.program);
+        }
+        for (const std::string& text : setup.unitSettings)
+        {
+            ParameterSetting::parse(text, false).applyTo(*contender.plugin);
+        }
+        for (const std::string& text : setup.normalisedSettings)
+        {
+            ParameterSetting::parse(text, true).applyTo(*contender.plugin);
+        }
         contender.inputs = std::make_unique<PlanarBuffer>(module.numInputs(), block);
         contender.outputs = std::make_unique<PlanarBuffer>(module.numOutputs(), block);
         BenchmarkResult result;
         result.path = module.path();
         result.name = contender.plugin->displayName();
-        result.latencyFrames = module.initialDelay();
         results.push_back(result);
         contenders.push_back(std::move(contender));
     }
@@ -104,8 +128,12 @@ std::vector<BenchmarkResult> RealTimeBenchmark::run(const std::vector<std::strin
             results[which].realTimeFactors.push_back(busySeconds > 0.0 ? audioSeconds / busySeconds : 0.0);
         }
     }
-    for (BenchmarkResult& result : results)
+    for (size_t which = 0; which < results.size(); ++which)
     {
+        BenchmarkResult& result = results[which];
+        // As it stands after the passes: settings may change it, and some
+        // effects publish a change only while they process.
+        result.latencyFrames = contenders[which].plugin->module().initialDelay();
         result.median = median(result.realTimeFactors);
     }
     return results;

@@ -3,6 +3,16 @@
 #include <string>
 #include <vector>
 
+// One effect to time and what to set before timing it: a program (name or
+// index, none if empty) and parameters as --set and --set-norm take them.
+struct BenchmarkContender
+{
+    std::string path;
+    std::string program;
+    std::vector<std::string> unitSettings;
+    std::vector<std::string> normalisedSettings;
+};
+
 // How fast one effect renders, as a multiple of real time.
 struct BenchmarkResult
 {
@@ -20,10 +30,12 @@ struct BenchmarkResult
 class RealTimeBenchmark
 {
 public:
-    RealTimeBenchmark(double seconds, int sampleRate, int blockFrames, int passes);
+    // gainDb raises or lowers the material for every effect alike.
+    RealTimeBenchmark(double seconds, int sampleRate, int blockFrames, int passes, double gainDb = 0.0);
 
-    // Throws HostError when a module cannot be loaded or is not stereo.
-    std::vector<BenchmarkResult> run(const std::vector<std::string>& pluginPaths) const;
+    // Throws HostError when a module cannot be loaded or is not stereo, or
+    // a program or setting does not apply.
+    std::vector<BenchmarkResult> run(const std::vector<BenchmarkContender>& contenders) const;
 
     static double median(std::vector<double> values);
 
@@ -32,4 +44,5 @@ private:
     int sampleRate;
     int blockFrames;
     int passes;
+    double gainDb;
 };

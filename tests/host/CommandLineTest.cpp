@@ -10,21 +10,12 @@
 #include <algorithm>
 #include <cmath>
 #include <fstream>
-#include <sstream>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace
 {
 constexpr int floatWav = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
-
-std::string contentsOf(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    std::stringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
 
 size_t lineCount(const std::string& text)
 {
@@ -46,6 +37,14 @@ struct RenderScene
         std::ofstream(output) << previousOutput;
     }
 
+    // A render of the input into the output through the probe, and more.
+    std::vector<std::string> probeRender(const std::vector<std::string>& more = {}) const
+    {
+        std::vector<std::string> arguments = {"render", input, output, "--plugin", TestModules::delayProbe};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return arguments;
+    }
+
     // Runs palisorne and checks the marks of a clean failure: a non-zero
     // exit, one line on stderr naming the problem, the old output intact and
     // no temporary file left.
@@ -56,7 +55,7 @@ struct RenderScene
         EXPECT_EQ(lineCount(run.err), 1u) << run.err;
         EXPECT_EQ(run.err.rfind("palisorne: error: ", 0), 0u) << run.err;
         EXPECT_NE(run.err.find(reason), std::string::npos) << run.err;
-        EXPECT_EQ(contentsOf(output), previousOutput);
+        EXPECT_EQ(ScratchDirectory::contentsOf(output), previousOutput);
         EXPECT_EQ(scratch.entries(), (std::vector<std::string>{"in.wav", "out.wav"}));
     }
 };
@@ -117,18 +116,12 @@ TEST(CommandLineErrors, ModulesThatAreNotUsablePlugins)
 TEST(CommandLineErrors, UnknownNamesAndValuesOutOfRange)
 {
     RenderScene scene;
-    const std::string probe = TestModules::delayProbe;
-    scene.expectCleanFailure({"render", scene.input, scene.output, "--plugin", probe, "--set", "Volume=1"},
-                             "unknown parameter 'Volume'");
-    scene.expectCleanFailure({"render", scene.input, scene.output, "--plugin", probe, "--program", "Loudest"},
-                             "unknown program 'Loudest'");
-    scene.expectCleanFailure({"render", scene.input, scene.output, "--plugin", probe, "--program", "7"},
-                             "program 7 does not exist");
-    scene.expectCleanFailure({"render", scene.input, scene.output, "--plugin", probe, "--set", "Gain=30"},
-                             "out of range");
-    scene.expectCleanFailure({"render", scene.input, scene.output, "--plugin", probe, "--set-norm", "Gain=2"},
-                             "out of range");
-    scene.expectCleanFailure({"render", scene.input, scene.output, "--plugin", probe, "--bits", "8"}, "--bits");
+    scene.expectCleanFailure(scene.probeRender({"--set", "Volume=1"}), "unknown parameter 'Volume'");
+    scene.expectCleanFailure(scene.probeRender({"--program", "Loudest"}), "unknown program 'Loudest'");
+    scene.expectCleanFailure(scene.probeRender({"--program", "7"}), "program 7 does not exist");
+    scene.expectCleanFailure(scene.probeRender({"--set", "Gain=30"}), "out of range");
+    scene.expectCleanFailure(scene.probeRender({"--set-norm", "Gain=2"}), "out of range");
+    scene.expectCleanFailure(scene.probeRender({"--bits", "8"}), "--bits");
     scene.expectCleanFailure({"render", scene.input}, "OUT is required");
 }
 
@@ -142,7 +135,7 @@ TEST(CommandLineErrors, MoreThanTwoChannelsIsRefused)
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.err,
               "palisorne: error: '" + surround + "' has 6 channels; palisorne renders mono and stereo files only\n");
-    EXPECT_EQ(contentsOf(scene.output), scene.previousOutput);
+    EXPECT_EQ(ScratchDirectory::contentsOf(scene.output), scene.previousOutput);
 }
 
 // A render that fails while writing (here: the file size limit is hit) must
@@ -157,16 +150,14 @@ TEST(CommandLineErrors, FailureWhileWritingLeavesNoTrace)
     const ProcessRun run = ProcessRun::run({"/bin/sh", "-c", command}, scene.scratch.root());
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.err.rfind("palisorne: error: cannot write '" + scene.output + "'", 0), 0u) << run.err;
-    EXPECT_EQ(contentsOf(scene.output), scene.previousOutput);
+    EXPECT_EQ(ScratchDirectory::contentsOf(scene.output), scene.previousOutput);
     EXPECT_EQ(scene.scratch.entries(), (std::vector<std::string>{"in.wav", "large.wav", "out.wav"}));
 }
 
 TEST(CommandLineRender, TextReportAndNoProgressBarWhenNotATerminal)
 {
     RenderScene scene;
-    const ProcessRun run = ProcessRun::palisorne(
-        {"render", scene.input, scene.output, "--plugin", TestModules::delayProbe, "--set", "Delay=321"},
-        scene.scratch.root());
+    const ProcessRun run = ProcessRun::palisorne(scene.probeRender({"--set", "Delay=321"}), scene.scratch.root());
     ASSERT_EQ(run.exitCode, 0) << run.err;
     EXPECT_EQ(run.err, "");
     EXPECT_NE(run.out.find("latency   321 samples, compensated"), std::string::npos) << run.out;
@@ -178,9 +169,8 @@ TEST(CommandLineRender, TextReportAndNoProgressBarWhenNotATerminal)
 TEST(CommandLineRender, JsonReportParsesAndHoldsTheFields)
 {
     RenderScene scene;
-    const ProcessRun run = ProcessRun::palisorne(
-        {"render", scene.input, scene.output, "--plugin", TestModules::delayProbe, "--program", "Loud +6 dB", "--json"},
-        scene.scratch.root());
+    const ProcessRun run =
+        ProcessRun::palisorne(scene.probeRender({"--program", "Loud +6 dB", "--json"}), scene.scratch.root());
     ASSERT_EQ(run.exitCode, 0) << run.err;
     const nlohmann::json report = nlohmann::json::parse(run.out);
     EXPECT_EQ(report["plugin"]["name"], "DelayProbe");
@@ -245,6 +235,34 @@ TEST(CommandLineBench, TimesEveryPluginOnOneCommand)
     EXPECT_EQ(lineCount(run.out), 2u + modules) << run.out;
 }
 
+TEST(CommandLineBench, ProgramsAndSettingsGoToTheNamedPlugin)
+{
+    // The probe reports its Delay setting as its latency: the second copy
+    // must show the value set for it, the first its default of 100.
+    ScratchDirectory scratch;
+    const ProcessRun run = ProcessRun::palisorne(
+        {"bench", "--seconds", "0.2", "--passes", "1", "--gain", "-6", "--plugin", TestModules::delayProbe, "--plugin",
+         TestModules::delayProbe, "--program", "1:Loud +6 dB", "--set", "2:Delay=250", "--set-norm", "2:Mode=1"},
+        scratch.root());
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_NE(run.out.find("generated demo mix -6.0 dB"), std::string::npos) << run.out;
+    const size_t first = run.out.find("DelayProbe");
+    const size_t second = run.out.find("DelayProbe", first + 1);
+    ASSERT_NE(second, std::string::npos) << run.out;
+    EXPECT_NE(run.out.substr(first, second - first).find(" 100 "), std::string::npos) << run.out;
+    EXPECT_NE(run.out.substr(second).find(" 250 "), std::string::npos) << run.out;
+
+    for (const char* wrong : {"3:Delay=250", "Delay=250", "0:Delay=250"})
+    {
+        const ProcessRun refused = ProcessRun::palisorne(
+            {"bench", "--seconds", "0.2", "--passes", "1", "--plugin", TestModules::delayProbe, "--plugin",
+             TestModules::delayProbe, "--set", wrong},
+            scratch.root());
+        EXPECT_EQ(refused.exitCode, 1) << wrong;
+        EXPECT_NE(refused.err.find("N from 1 to the number of plug-ins (2)"), std::string::npos) << refused.err;
+    }
+}
+
 TEST(CommandLineOurs, DefaultModuleIsFoundBesideTheExecutable)
 {
     SKIP_WITHOUT_MODULE(TestModules::ours);
@@ -303,9 +321,9 @@ TEST_P(ThirdPartyLimiter, RendersAlignedWithLengthRateAndChannelsKept)
     const char* module = GetParam().module;
     SKIP_WITHOUT_MODULE(module);
     ScratchDirectory scratch;
-    const TestAudio input =
-        TestAudio::sines(2, 44100, 44100 * 2, {{440.0, 0.05}, {1234.0, 0.05}}, SF_FORMAT_WAV | SF_FORMAT_PCM_24);
-    input.write(scratch.path("in.wav"));
+    const TestAudio input = TestAudio::sines(2, 44100, 44100 * 2, {{440.0, 0.05}, {1234.0, 0.05}},
+                                             SF_FORMAT_WAV | SF_FORMAT_PCM_24)
+                                .write(scratch.path("in.wav"));
     const ProcessRun run = ProcessRun::palisorne({"render", scratch.path("in.wav"), scratch.path("out.wav"), "--plugin",
                                                   module, "--set", GetParam().setting, "--json"},
                                                  scratch.root());
@@ -318,30 +336,9 @@ TEST_P(ThirdPartyLimiter, RendersAlignedWithLengthRateAndChannelsKept)
     EXPECT_EQ(output.channels, 2);
     // Normalised cross-correlation over lags -64..64, skipping the first
     // 100 ms where a limiter may still be settling.
-    int bestLag = 1000;
-    double bestCorrelation = -2.0;
-    for (int lag = -64; lag <= 64; ++lag)
-    {
-        double product = 0.0;
-        double inputEnergy = 0.0;
-        double outputEnergy = 0.0;
-        for (size_t frame = 4410; frame + 64 < input.frames(); ++frame)
-        {
-            const double x = input.at(frame, 0);
-            const double y = output.at(frame + static_cast<size_t>(lag), 0);
-            product += x * y;
-            inputEnergy += x * x;
-            outputEnergy += y * y;
-        }
-        const double correlation = product / std::sqrt(inputEnergy * outputEnergy);
-        if (correlation > bestCorrelation)
-        {
-            bestCorrelation = correlation;
-            bestLag = lag;
-        }
-    }
-    EXPECT_EQ(bestLag, 0);
-    EXPECT_GT(bestCorrelation, 0.99);
+    const auto [lag, correlation] = input.bestAlignment(output, 64, 4410);
+    EXPECT_EQ(lag, 0);
+    EXPECT_GT(correlation, 0.99);
     ASSERT_EQ(report["plugin"]["settings"].size(), 1u);
     EXPECT_EQ(report["plugin"]["settings"][0]["display"], GetParam().display);
 }

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <emmintrin.h>
+
+// Up to four channels side by side, one per lane of an SSE2 register. The
+// blocks' Lanes classes run the same per-sample arithmetic for several
+// instances at once: lane by lane, each SSE2 operation is the IEEE
+// operation of the scalar code on the same operands, so every lane gives
+// the bits of its instance processed alone. Unused lanes carry zeros.
+namespace ChannelLanes
+{
+constexpr int width = 4;
+
+// mask ? a : b, lane by lane.
+inline __m128 select(__m128 mask, __m128 a, __m128 b)
+{
+    return _mm_or_ps(_mm_and_ps(mask, a), _mm_andnot_ps(mask, b));
+}
+
+inline __m128 magnitude(__m128 v)
+{
+    return _mm_andnot_ps(_mm_set1_ps(-0.0f), v);
+}
+
+// field(object) of each of `count` objects, one per lane; field returns a
+// float reference (a member, or an element of a member array).
+template <typename T, typename Field>
+__m128 gather(T* const* objects, int count, Field field)
+{
+    alignas(16) float values[width] = {};
+    for (int k = 0; k < count; ++k)
+        values[k] = field(objects[k]);
+    return _mm_load_ps(values);
+}
+
+template <typename T, typename Field>
+void scatter(T* const* objects, int count, Field field, __m128 v)
+{
+    alignas(16) float values[width];
+    _mm_store_ps(values, v);
+    for (int k = 0; k < count; ++k)
+        field(objects[k]) = values[k];
+}
+}
