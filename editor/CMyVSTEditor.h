@@ -32,24 +32,6 @@ class CVUMeter;
 class CMyVSTEditor : public AEffGUIEditor, public CControlListener
 {
 public:
-    // Parameter indices, the controls' tags.
-    enum Tag
-    {
-        kInputGain,
-        kAttack,
-        kRelease,
-        kLookahead,
-        kTruePeak,
-        kCeiling,
-        kMeterScale,
-        kLink,
-        kAES17,
-        kMonitor,
-        kSaturation,
-        kWordLength,
-        kNoiseShaping,
-        kNumParameters
-    };
     static constexpr int kNumMeters = 8;
 
     // effect and host are the same plug-in seen through its two interfaces.

@@ -119,7 +119,7 @@ TEST_F(EditorTest, OpensA506By427WindowInTheParentWithEveryControlAtItsRectangle
     {
         expectRect(e.getMeter(m), meterRects[m], "meter");
     }
-    for (int tag = 0; tag < CMyVSTEditor::kNumParameters; ++tag)
+    for (int tag = 0; tag < kNumParameters; ++tag)
     {
         EXPECT_EQ(e.getControl(tag)->getTag(), tag);
     }

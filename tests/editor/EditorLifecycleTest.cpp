@@ -110,7 +110,7 @@ TEST_F(EditorTest, OpensAndClosesTwoHundredTimes)
         {
             effect->dispatch(effEditIdle);
         }
-        effect->setParameter(cycle % CMyVSTEditor::kNumParameters, 0.5f);
+        effect->setParameter(cycle % kNumParameters, 0.5f);
         closeEditor();
         ASSERT_FALSE(editor().isOpen()) << cycle;
     }

@@ -150,7 +150,7 @@ TEST_F(EditorRefreshTest, IndicesOutsideTheTableChangeNothing)
     editor().setParameter(100, 0.9f);
     editor().setParameter(-5, 0.9f);
     EXPECT_EQ(knob(0)->getValue(), gain);
-    for (int tag = 0; tag < CMyVSTEditor::kNumParameters; ++tag)
+    for (int tag = 0; tag < kNumParameters; ++tag)
     {
         EXPECT_NE(editor().getControl(tag)->getValue(), 0.9f) << tag;
     }
@@ -253,7 +253,7 @@ TEST_F(EditorRefreshTest, ClosingForgetsEveryViewAndLaterChangesAreHarmless)
     EXPECT_EQ(editor().getFrame(), nullptr);
     EXPECT_EQ(editor().getVersionLabel(), nullptr);
     EXPECT_EQ(editor().getLinkButton(), nullptr);
-    for (int tag = 0; tag < CMyVSTEditor::kNumParameters; ++tag)
+    for (int tag = 0; tag < kNumParameters; ++tag)
     {
         EXPECT_EQ(editor().getControl(tag), nullptr) << tag;
     }

@@ -15,7 +15,7 @@ struct Range
 };
 
 // The plug-in's parameters: label, format, range and default in units.
-const Range ranges[CMyVSTEditor::kNumParameters] = {
+const Range ranges[kNumParameters] = {
     {"dB", "%+2.1f", -20.0f, 20.0f, 0.0f},   {"s", "%1.4f", 0.0f, 1.0f, 0.04f},
     {"s", "%1.4f", 0.0f, 1.0f, 0.5f},        {"s", "%1.4f", 0.0f, 0.003f, 0.001f},
     {"", "%2.1f", 0.0f, 1.0f, 0.0f},         {"dB", "%2.1f", -10.0f, 0.0f, -0.1f},
@@ -27,12 +27,12 @@ const Range ranges[CMyVSTEditor::kNumParameters] = {
 
 bool isIndex(VstInt32 index)
 {
-    return index >= 0 && index < CMyVSTEditor::kNumParameters;
+    return index >= 0 && index < kNumParameters;
 }
 }
 
 TestEffect::TestEffect()
-    : AudioEffectX(hostCallback, 1, CMyVSTEditor::kNumParameters),
+    : AudioEffectX(hostCallback, 1, kNumParameters),
       rmsLevel{0.0f, 0.0f},
       outputPeak{0.0f, 0.0f},
       gainReduction{1.0f, 1.0f},
@@ -40,7 +40,7 @@ TestEffect::TestEffect()
       values{}
 {
     cEffect.user = this;
-    for (int i = 0; i < CMyVSTEditor::kNumParameters; ++i)
+    for (int i = 0; i < kNumParameters; ++i)
     {
         const Range& r = ranges[i];
         values[i] = (r.defaultValue - r.minimum) / (r.maximum - r.minimum);
@@ -78,7 +78,7 @@ std::vector<TestEffect::HostCall> TestEffect::automations() const
 
 void TestEffect::setParameter(VstInt32 index, float value)
 {
-    if (index >= CMyVSTEditor::kNumParameters)
+    if (index >= kNumParameters)
     {
         return;
     }

@@ -57,5 +57,5 @@ private:
     static VstIntPtr hostCallback(AEffect* effect, VstInt32 opcode, VstInt32 index, VstIntPtr value, void* ptr,
                                   float opt);
 
-    float values[CMyVSTEditor::kNumParameters];
+    float values[kNumParameters];
 };
