@@ -3,6 +3,7 @@
 #include "AEffGUIEditor.h"
 #include "CMyVSTEditor.h"
 
+#include <algorithm>
 #include <cmath>
 #include <new>
 
@@ -18,8 +19,8 @@ struct ParameterRow
     float defaultValue;
 };
 
-// Indexed by CMyVSTPlugin::Parameter; minimum, maximum and default in units.
-const ParameterRow parameterTable[CMyVSTPlugin::kNumParameters] = {
+// Indexed by ParameterIndex; minimum, maximum and default in units.
+const ParameterRow parameterTable[kNumParameters] = {
     // name        label  format     min      max     default
     {"In gain",   "dB",  "%+2.1f",  -20.0f,  20.0f,   0.0f},
     {"Attack",    "s",   "%1.4f",     0.0f,   1.0f,   0.04f},
@@ -39,7 +40,7 @@ const ParameterRow parameterTable[CMyVSTPlugin::kNumParameters] = {
 struct ProgramRow
 {
     const char* name;
-    float values[CMyVSTPlugin::kNumParameters];
+    float values[kNumParameters];
 };
 
 // Values in units, columns in parameter order.
@@ -136,7 +137,11 @@ void CMyVSTPlugin::setParameter(VstInt32 index, float value)
     {
         gui->setParameter(index, value);
     }
-    const float plain = getPlainValue(index);
+    // The value is stored as given, but drives the limiter as the nearest end
+    // of its range: beyond it a gain overflows and a step count converts out
+    // of the integer range.
+    value = std::clamp(value, 0.0f, 1.0f);
+    const float plain = config->toPlain(index, value);
     // A negative index, seen as unsigned, matches no setting.
     switch (static_cast<unsigned>(index))
     {
@@ -219,5 +224,5 @@ float CMyVSTPlugin::getSaturationGain(int channel)
 AudioEffect* createEffectInstance(audioMasterCallback audioMaster)
 {
     return new (std::nothrow) CMyVSTPlugin(audioMaster, 2, 2, CMyVSTPlugin::kNumPrograms,
-                                           CMyVSTPlugin::kNumParameters);
+                                           kNumParameters);
 }

@@ -10,23 +10,6 @@
 class CMyVSTPlugin : public CVSTPlugin, public CLimiter, public EditorHost
 {
 public:
-    enum Parameter
-    {
-        kInputGain,
-        kAttack,
-        kRelease,
-        kLookahead,
-        kTruePeak,
-        kCeiling,
-        kMeterScale,
-        kLink,
-        kAES17,
-        kMonitor,
-        kSaturation,
-        kWordLength,
-        kNoiseShaping,
-        kNumParameters
-    };
     static constexpr int kNumPrograms = 64;
     static constexpr int kNumFactoryPrograms = 17;
 
@@ -41,8 +24,10 @@ public:
     void setSampleRate(float rate) override;
     void processReplacing(float** inputs, float** outputs, VstInt32 sampleFrames) override;
     // Stores the value, tells the editor and drives the limiter setting of
-    // the index. A value that is not finite is ignored; an index of 13 or
-    // more changes nothing; a negative one only reaches the editor.
+    // the index; a value outside 0..1 is stored as given and drives the
+    // limiter as the nearest end of the range. A value that is not finite is
+    // ignored; an index of 13 or more changes nothing; a negative one only
+    // reaches the editor.
     void setParameter(VstInt32 index, float value) override;
 
     // What the editor reads: the framework's texts and values in units, and

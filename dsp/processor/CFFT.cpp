@@ -2,6 +2,7 @@
 
 #include <emmintrin.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace
@@ -69,7 +70,8 @@ inline void swapPoint(float* data, int i, int j)
 CFFT::CFFT(int length)
     : n(length < 4 ? 4 : length), invN(1.0f / float(n))
 {
-    workArea.assign(2 + int(std::sqrt(double(n / 2))), 0);
+    // Two sizes, then the bit-reversal seeds: at least the two one-bit ones.
+    workArea.assign(2 + std::max(2, int(std::sqrt(double(n / 2)))), 0);
     table.assign(n / 2, 0.0f);
     makeTables();
 }

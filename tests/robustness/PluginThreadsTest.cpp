@@ -1,0 +1,186 @@
+// The module in a busy host: many instances on several audio threads, a
+// user-interface thread that automates and queries while audio runs, and the
+// editor opened and closed under running audio. Meant for ThreadSanitizer
+// too (scripts/check-sanitizers.sh runs this suite in its TSan build).
+#include "AuditedPlugin.h"
+#include "ClipLevelBound.h"
+#include "LoudMaterial.h"
+#include "TestDesktop.h"
+#include "XvfbServer.h"
+
+#include <atomic>
+#include <chrono>
+#include <memory>
+#include <random>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace
+{
+constexpr int factoryPrograms = 17;
+constexpr int parameters = 13;
+
+
+// Audio on its own thread until stop is set, in blocks of random length
+// (the host's buffer size changing is not rare with live input).
+class AudioThread
+{
+public:
+    AudioThread(AuditedPlugin& plugin, uint32_t seed, float gain)
+        : plugin(plugin), material(44100.0, seed, 0.5), gain(gain), blocks(0)
+    {
+        worker = std::thread([this, seed] {
+            std::mt19937 random(seed);
+            while (!stop.load())
+            {
+                this->plugin.process(material, 1 + static_cast<int>(random() % 1024), this->gain);
+                blocks.fetch_add(1);
+            }
+        });
+    }
+
+    ~AudioThread() { finish(); }
+
+    void finish()
+    {
+        stop.store(true);
+        if (worker.joinable())
+        {
+            worker.join();
+        }
+    }
+
+    long processedBlocks() const { return blocks.load(); }
+
+private:
+    AuditedPlugin& plugin;
+    LoudMaterial material;
+    const float gain;
+    std::atomic<bool> stop{false};
+    std::atomic<long> blocks;
+    std::thread worker;
+};
+}
+
+// Four audio threads, four instances each, every instance on its own
+// program and material: instances share nothing a thread can see, except
+// the process-wide noise and dither generators.
+TEST(PluginThreads, SixteenInstancesOnFourThreadsStayUnderTheirCeilings)
+{
+    const int threads = 4;
+    const int perThread = 4;
+    const int blocksPerInstance = 400;
+    std::vector<std::unique_ptr<AuditedPlugin>> instances;
+    for (int i = 0; i < threads * perThread; ++i)
+    {
+        instances.emplace_back(new AuditedPlugin(PALISORNE_MODULE_PATH));
+        instances.back()->module().setProgram(i % factoryPrograms);
+    }
+
+    std::vector<std::thread> workers;
+    for (int t = 0; t < threads; ++t)
+    {
+        workers.emplace_back([&instances, t] {
+            std::vector<LoudMaterial> materials;
+            for (int k = 0; k < perThread; ++k)
+            {
+                materials.emplace_back(44100.0, static_cast<uint32_t>(100 + t * perThread + k), 0.5);
+            }
+            std::mt19937 random(static_cast<uint32_t>(t));
+            for (int block = 0; block < blocksPerInstance; ++block)
+            {
+                for (int k = 0; k < perThread; ++k)
+                {
+                    instances[t * perThread + k]->process(materials[k], 1 + static_cast<int>(random() % 512), 4.0f);
+                }
+            }
+        });
+    }
+    for (std::thread& worker : workers)
+    {
+        worker.join();
+    }
+    for (std::size_t i = 0; i < instances.size(); ++i)
+    {
+        EXPECT_TRUE(instances[i]->audit().clean()) << "instance " << i << ": " << instances[i]->audit().summary();
+        EXPECT_GT(instances[i]->audit().highestRatio(), 0.9) << "instance " << i;
+    }
+}
+
+// While audio runs, a second thread turns every parameter at random (the
+// ceiling only between -10 and -3 dB), reads them back and asks for their
+// display texts, as a host's automation and user interface do. Whatever
+// value is caught at whatever moment, no sample passes the highest ceiling
+// ever set.
+TEST(PluginThreads, AutomationFromAnotherThreadNeverPassesTheHighestCeiling)
+{
+    const float highestCeiling = 0.7f;
+    AuditedPlugin plugin(PALISORNE_MODULE_PATH);
+    plugin.module().setParameter(ClipLevelBound::ceilingIndex, highestCeiling);
+    plugin.useFixedBound(ClipLevelBound::ceiling(highestCeiling));
+    AEffect* effect = plugin.module().effect();
+
+    std::atomic<long> changes{0};
+    AudioThread audio(plugin, 21, 4.0f);
+    std::mt19937 random(22);
+    std::uniform_real_distribution<float> unit(0.0f, 1.0f);
+    char text[256];
+    while (audio.processedBlocks() < 1500 || changes.load() < 20000)
+    {
+        const int index = static_cast<int>(random() % parameters);
+        const float value = index == ClipLevelBound::ceilingIndex ? highestCeiling * unit(random) : unit(random);
+        effect->setParameter(effect, index, value);
+        effect->getParameter(effect, index);
+        effect->dispatcher(effect, effGetParamDisplay, index, 0, text, 0.0f);
+        changes.fetch_add(1);
+    }
+    audio.finish();
+    EXPECT_TRUE(plugin.audit().clean()) << plugin.audit().summary();
+    EXPECT_GT(plugin.audit().highestRatio(), 0.5);
+}
+
+// The user opens and closes the editor again and again while the audio
+// thread runs and the meters move: the editor's idle calls read the meters
+// the audio thread writes. Runs against a private X server.
+TEST(PluginThreads, EditorOpenedAndClosedWhileAudioRuns)
+{
+    XvfbServer server;
+    ASSERT_TRUE(server.isRunning()) << "could not start Xvfb";
+    TestDesktop desktop(506, 427);
+    ASSERT_TRUE(desktop.isConnected());
+
+    AuditedPlugin plugin(PALISORNE_MODULE_PATH);
+    plugin.module().setProgram(6);
+    // Parameters change under the audio thread: bound by the highest ceiling.
+    plugin.useFixedBound(ClipLevelBound::ceiling(1.0f));
+    AEffect* effect = plugin.module().effect();
+    AudioThread audio(plugin, 31, 2.0f);
+    std::mt19937 random(32);
+    for (int cycle = 0; cycle < 12; ++cycle)
+    {
+        ASSERT_EQ(effect->dispatcher(effect, effEditOpen, 0, 0, desktop.getParentHandle(), 0.0f), 1);
+        // The window shows once the editor's idle calls have run its events.
+        bool shown = false;
+        for (int tick = 0; tick < 500 && !shown; ++tick)
+        {
+            effect->dispatcher(effect, effEditIdle, 0, 0, nullptr, 0.0f);
+            shown = desktop.isViewable(desktop.findEditorWindow());
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        }
+        EXPECT_TRUE(shown) << "cycle " << cycle;
+        for (int tick = 0; tick < 10; ++tick)
+        {
+            effect->dispatcher(effect, effEditIdle, 0, 0, nullptr, 0.0f);
+            effect->setParameter(effect, static_cast<int>(random() % parameters),
+                                 static_cast<float>(random() % 1001) / 1000.0f);
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        }
+        effect->dispatcher(effect, effEditClose, 0, 0, nullptr, 0.0f);
+        EXPECT_EQ(desktop.findEditorWindow(), 0u);
+    }
+    audio.finish();
+    EXPECT_GT(audio.processedBlocks(), 0);
+    EXPECT_TRUE(plugin.audit().clean()) << plugin.audit().summary();
+}
