@@ -180,7 +180,8 @@ void CLimiter::updateCoefficients()
     const int8_t bits = numBits.load(relaxed);
     if (bits > 2)
     {
-        const float steps = float(1 << (bits - 1));
+        // ldexp stays defined for any word length a caller passes.
+        const float steps = std::ldexp(1.0f, bits - 1);
         level = std::floor(level * steps) / steps;
     }
     clipLevel.store(level, relaxed);
@@ -188,8 +189,9 @@ void CLimiter::updateCoefficients()
 
 void CLimiter::updateLookahead(float seconds)
 {
-    int samples = int(fs * seconds + 0.5f);
-    samples = std::min(samples, delayMask - 4);
+    // Capped before the conversion so that no time overflows the integer;
+    // for every time that fits, the same as capping after it.
+    int samples = int(std::min(fs * seconds + 0.5f, float(delayMask - 4)));
     samples = std::max(samples, 4);
     lookaheadSamples.store(samples, relaxed);
     smoothCoef.store(std::exp(-10.0f / float(samples)), relaxed);

@@ -1332,3 +1332,15 @@ TEST(CLimiterThreadsTest, SettingsChangeWhileAudioRuns)
     EXPECT_TRUE(failure.empty()) << failure;
     EXPECT_GE(changes.load(), 2000);
 }
+
+TEST(CLimiterSettingsTest, WordLengthsAndLookaheadsBeyondTheirRangesStayDefined)
+{
+    // A 40-bit grid is finer than a float's: the ceiling stays as it is. A
+    // look-ahead of 1e30 s is capped at the longest the delay line holds.
+    CLimiter limiter(2);
+    limiter.setCeiling(0.0f);
+    limiter.setNumBits(40);
+    limiter.setLookahead(1e30f);
+    EXPECT_EQ(limiter.getClipLevel(), 1.0f);
+    EXPECT_EQ(limiter.getLookaheadSamples(), 507);
+}
