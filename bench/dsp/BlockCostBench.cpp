@@ -1,4 +1,4 @@
-#include "limiter/CLimiter.h"
+#include "BenchMaterial.h"
 
 #include <benchmark/benchmark.h>
 
@@ -16,21 +16,8 @@
 // middle of a block does not count as the block's cost.
 namespace
 {
-struct Program
-{
-    float attack;
-    float release;
-    bool truePeak;
-    float ceilingDb;
-    float link;
-    float saturation;
-    int8_t bits;
-    float shaping;
-};
-
-// Factory program 0, "Palisorne limiter", and 3, "EBU R128 -1 dBTP".
-const Program palisorneLimiter{0.04f, 0.5f, false, -0.1f, 0.35f, 0.30f, 0, 0.0f};
-const Program ebuR128{0.04f, 0.3f, true, -1.0f, 0.40f, 0.20f, 24, 0.5f};
+using bench::ebuR128;
+using bench::palisorneLimiter;
 
 enum Material
 {
@@ -41,22 +28,7 @@ enum Material
 
 std::vector<std::vector<float>> material(Material kind, double fs, int frames)
 {
-    const double pi = 3.14159265358979323846;
-    const double level = kind == silence ? 0.0 : kind == quiet ? 0.003 : 1.0;
-    std::vector<std::vector<float>> mix(2, std::vector<float>(static_cast<size_t>(frames)));
-    uint32_t state = 12345u;
-    for (int n = 0; n < frames; ++n)
-    {
-        state = state * 1664525u + 1013904223u;
-        const double noise = static_cast<double>(state >> 8) / 8388608.0 - 1.0;
-        const double t = n / fs;
-        const double hit = 1.5 * std::exp(-(n % static_cast<int>(fs / 4.0)) / (0.01 * fs)) * noise;
-        for (int ch = 0; ch < 2; ++ch)
-            mix[ch][n] = static_cast<float>(level
-                * (1.2 * std::sin(2.0 * pi * (55.0 + 27.5 * ch) * t) + 0.6 * std::sin(2.0 * pi * 440.0 * t + ch)
-                    + 0.3 * noise + hit));
-    }
-    return mix;
+    return bench::loudMix(fs, frames, kind == silence ? 0.0 : kind == quiet ? 0.003 : 1.0);
 }
 
 double threadSeconds()
@@ -66,7 +38,7 @@ double threadSeconds()
     return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
 }
 
-void blockCost(benchmark::State& state, const Program& program, Material kind)
+void blockCost(benchmark::State& state, const bench::Program& program, Material kind)
 {
     const double fs = 44100.0;
     const int block = 512;
@@ -74,15 +46,7 @@ void blockCost(benchmark::State& state, const Program& program, Material kind)
     const int blocksPerIteration = 500;
     CLimiter limiter(2);
     limiter.setSampleRate(static_cast<float>(fs));
-    limiter.setAttack(program.attack);
-    limiter.setRelease(program.release);
-    limiter.setLookahead(0.001f);
-    limiter.setTruePeak(program.truePeak);
-    limiter.setCeiling(program.ceilingDb);
-    limiter.setLink(program.link);
-    limiter.setSaturation(program.saturation);
-    limiter.setNumBits(program.bits);
-    limiter.setShaping(program.shaping);
+    bench::apply(limiter, program);
 
     const auto in = material(kind, fs, frames);
     std::vector<std::vector<float>> out(2, std::vector<float>(static_cast<size_t>(block)));
