@@ -1,5 +1,6 @@
 #include "CMyAnimKnob.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -90,16 +91,7 @@ bool CMyAnimKnob::applyWheel(float distance, bool fine)
     {
         v += distance * wheelIncrement * scale;
     }
-    if (v > getMax())
-    {
-        v = getMax();
-    }
-    if (v < getMin())
-    {
-        v = getMin();
-    }
-    setValue(v);
-    if (getValue() != before)
+    if (setClampedValue(v, before))
     {
         beginEdit();
         notifyValueChanged();
@@ -172,16 +164,7 @@ bool CMyAnimKnob::onMotion(const MotionEvent& event)
     lastDragY = y;
     const float before = getValue();
     float v = before + step;
-    if (v > getMax())
-    {
-        v = getMax();
-    }
-    if (v < getMin())
-    {
-        v = getMin();
-    }
-    setValue(v);
-    if (getValue() != before)
+    if (setClampedValue(v, before))
     {
         notifyValueChanged();
     }
@@ -196,4 +179,10 @@ bool CMyAnimKnob::onScroll(const ScrollEvent& event)
     }
     return applyWheel(static_cast<float>(event.delta.getY()),
                       (event.mod & DGL_NAMESPACE::kModifierShift) != 0);
+}
+
+bool CMyAnimKnob::setClampedValue(float v, float before)
+{
+    setValue(std::min(std::max(v, getMin()), getMax()));
+    return getValue() != before;
 }

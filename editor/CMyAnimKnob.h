@@ -50,6 +50,8 @@ protected:
     bool onScroll(const ScrollEvent& event) override;
 
 private:
+    // Sets v within the control's range; true when the value changed.
+    bool setClampedValue(float v, float before);
     static constexpr int valueTextLength = 8;
 
     std::shared_ptr<const CBitmap> background;
