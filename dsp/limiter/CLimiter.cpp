@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <type_traits>
 
 namespace
 {
@@ -440,108 +441,20 @@ void CLimiter::detectPeaks(ChannelGroup& lanes, int count)
 
 void CLimiter::applyGain(ChannelGroup& lanes, float* const* out, int offset, int count)
 {
-    const BlockSettings& s = block;
-    const __m128 ceil = _mm_set1_ps(s.ceiling);
-    const __m128 clip = _mm_set1_ps(s.clipLevel);
-    const __m128 minusClip = _mm_set1_ps(-s.clipLevel);
-    const __m128 smooth = _mm_set1_ps(s.smoothCoef);
-    const __m128 unity = _mm_set1_ps(1.0f);
-    // The two halves of the link range mix different quantities: up to 0.5
-    // the other channels' envelope, above it their raw hold.
-    const bool lowerHalf = s.link <= 0.5f;
-    const __m128 linkFactor = _mm_set1_ps(lowerHalf ? 2.0f * s.link : 2.0f * (s.link - 0.5f));
-    const bool alone = groupCount == 1;
-    const __m128 attack = _mm_set1_ps(s.attackCoef);
-    const __m128 release = _mm_set1_ps(s.releaseCoef);
-    __m128 envelopeNow = alone ? ChannelLanes::gather(lanes.channel, lanes.count, [](Channel* c) -> float& { return c->envelope; })
-                               : _mm_setzero_ps();
-
-    __m128 smoother[4];
-    for (int k = 0; k < 4; ++k)
-        smoother[k] = ChannelLanes::gather(lanes.channel, lanes.count, [k](Channel* c) -> float& { return c->smoother[k]; });
     bool quantizing = false;
     for (int k = 0; k < lanes.count; ++k)
         quantizing = quantizing || lanes.quantizer[k]->isActive();
-    C1LPF::Lanes rmsSmoother(lanes.rmsSmoother, lanes.count);
-    C1LPF::Lanes inputFilter(lanes.inputFilter, lanes.count);
-    CQuantizer::Lanes quantizer(lanes.quantizer, lanes.count);
-
-    // Two kinds of work per sample, each with its own chain from sample to
-    // sample: the smoothing, and the gain with the RMS smoother. Done for the
-    // same sample in one pass they would chain into one, deeper than the
-    // processor can look ahead; so one pass does the smoothing of a sample
-    // and the gain of the sample `gainLag` before it, and the two chains run
-    // side by side.
-    //
-    // The smoothing's last section goes to `gain` until the gain replaces
-    // it. With the smoothing run the input filter and the delay line for the
-    // samples from lanes.filteredFirst on (their output taps are read before
-    // the next sample overwrites them). The quantizer, when active, comes
-    // between the gain and the clip.
-    constexpr int gainLag = 8;
-    for (int n = 0; n < count + gainLag; ++n)
-    {
-        if (n < count)
-        {
-            const int i = n;
-            const __m128 held = _mm_load_ps(lanes.held[i]);
-            __m128 envelope;
-            __m128 linkedMax;
-            __m128 linkedEnv;
-            if (alone)
-            {
-                envelopeNow = follow(envelopeNow, held, attack, release);
-                envelope = envelopeNow;
-                linkedMax = broadcastLane0(foldLanes(held, held, 1, lanes.count));
-                linkedEnv = broadcastLane0(foldLanes(envelope, envelope, 1, lanes.count));
-            }
-            else
-            {
-                envelope = _mm_load_ps(lanes.envelope[i]);
-                linkedMax = _mm_set1_ps(linkedHold[size_t(i)]);
-                linkedEnv = _mm_set1_ps(linkedEnvelope[size_t(i)]);
-            }
-            const __m128 linked = _mm_mul_ps(linkFactor, lowerHalf ? linkedEnv : linkedMax);
-            // max(max(a, linked), b) with std::max's order: a later value
-            // wins only when it is larger.
-            const __m128 v = lowerHalf ? _mm_max_ps(held, _mm_max_ps(linked, envelope))
-                                       : _mm_max_ps(linkedEnv, _mm_max_ps(linked, held));
-
-            smoother[0] = _mm_add_ps(v, _mm_mul_ps(_mm_sub_ps(smoother[0], v), smooth));
-            smoother[1] = _mm_add_ps(smoother[0], _mm_mul_ps(_mm_sub_ps(smoother[1], smoother[0]), smooth));
-            smoother[2] = _mm_add_ps(smoother[1], _mm_mul_ps(_mm_sub_ps(smoother[2], smoother[1]), smooth));
-            smoother[3] = _mm_add_ps(smoother[2], _mm_mul_ps(_mm_sub_ps(smoother[3], smoother[2]), smooth));
-            _mm_store_ps(lanes.gain[i], smoother[3]);
-
-            if (i >= lanes.filteredFirst)
-            {
-                const int w = (writeIndex + i) & delayMask;
-                _mm_store_ps(lanes.delayed[i], _mm_load_ps(lanes.delay[(w + 1) & delayMask]));
-                _mm_store_ps(lanes.delay[w], inputFilter.highpass(_mm_load_ps(lanes.input[i])));
-            }
-        }
-        if (n >= gainLag)
-        {
-            const int i = n - gainLag;
-            const __m128 s3 = _mm_load_ps(lanes.gain[i]);
-            const __m128 g = ChannelLanes::select(_mm_cmpgt_ps(s3, ceil), _mm_div_ps(ceil, s3), unity);
-            _mm_store_ps(lanes.gain[i], g);
-            __m128 y = _mm_mul_ps(g, _mm_load_ps(lanes.delayed[i]));
-            if (quantizing)
-                y = quantizer.quantize(y, _mm_load_ps(lanes.dither[i]));
-            // min(max(y, -clip), clip) with std::min's and std::max's order.
-            y = _mm_min_ps(clip, _mm_max_ps(minusClip, y));
-            _mm_store_ps(lanes.meanSquare[i], rmsSmoother.lowpass(_mm_mul_ps(y, y)));
-            _mm_store_ps(lanes.output[i], y);
-        }
-    }
-    quantizer.finish();
-    rmsSmoother.finish();
-    inputFilter.finish();
-    if (alone)
-        ChannelLanes::scatter(lanes.channel, lanes.count, [](Channel* c) -> float& { return c->envelope; }, envelopeNow);
-    for (int k = 0; k < 4; ++k)
-        ChannelLanes::scatter(lanes.channel, lanes.count, [k](Channel* c) -> float& { return c->smoother[k]; }, smoother[k]);
+    // The per-sample loop is compiled once per combination of what is fixed
+    // for the block, so that no test of these stays inside it.
+    const bool alone = groupCount == 1;
+    const bool lowerHalf = block.link <= 0.5f;
+    using Pass = void (CLimiter::*)(ChannelGroup&, int);
+    static constexpr Pass passes[2][2][2] = {
+        {{&CLimiter::smoothAndApplyGain<false, false, false>, &CLimiter::smoothAndApplyGain<false, false, true>},
+         {&CLimiter::smoothAndApplyGain<false, true, false>, &CLimiter::smoothAndApplyGain<false, true, true>}},
+        {{&CLimiter::smoothAndApplyGain<true, false, false>, &CLimiter::smoothAndApplyGain<true, false, true>},
+         {&CLimiter::smoothAndApplyGain<true, true, false>, &CLimiter::smoothAndApplyGain<true, true, true>}}};
+    (this->*passes[alone][lowerHalf][quantizing])(lanes, count);
 
     CVu::Lanes gainMeter(lanes.gainMeter, lanes.count);
     CVu::Lanes peakMeter(lanes.peakMeter, lanes.count);
@@ -559,6 +472,128 @@ void CLimiter::applyGain(ChannelGroup& lanes, float* const* out, int offset, int
         for (int i = 0; i < count; ++i)
             destination[i] = lanes.output[i][k];
     }
+}
+
+template <bool alone, bool lowerHalf, bool quantizing>
+void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
+{
+    const BlockSettings& s = block;
+    const __m128 ceil = _mm_set1_ps(s.ceiling);
+    const __m128 clip = _mm_set1_ps(s.clipLevel);
+    const __m128 minusClip = _mm_set1_ps(-s.clipLevel);
+    const __m128 smooth = _mm_set1_ps(s.smoothCoef);
+    const __m128 unity = _mm_set1_ps(1.0f);
+    // The two halves of the link range mix different quantities: up to 0.5
+    // the other channels' envelope, above it their raw hold.
+    const __m128 linkFactor = _mm_set1_ps(lowerHalf ? 2.0f * s.link : 2.0f * (s.link - 0.5f));
+    const __m128 attack = _mm_set1_ps(s.attackCoef);
+    const __m128 release = _mm_set1_ps(s.releaseCoef);
+    __m128 envelopeNow = alone ? ChannelLanes::gather(lanes.channel, lanes.count, [](Channel* c) -> float& { return c->envelope; })
+                               : _mm_setzero_ps();
+
+    __m128 smoother[4];
+    for (int k = 0; k < 4; ++k)
+        smoother[k] = ChannelLanes::gather(lanes.channel, lanes.count, [k](Channel* c) -> float& { return c->smoother[k]; });
+    C1LPF::Lanes rmsSmoother(lanes.rmsSmoother, lanes.count);
+    C1LPF::Lanes inputFilter(lanes.inputFilter, lanes.count);
+    CQuantizer::Lanes quantizer(lanes.quantizer, lanes.count);
+
+    // Two kinds of work per sample, each with its own chain from sample to
+    // sample: the smoothing, and the gain with the RMS smoother. Done for the
+    // same sample in one pass they would chain into one, deeper than the
+    // processor can look ahead; so one pass does the smoothing of a sample
+    // and the gain of the sample `gainLag` before it, and the two chains run
+    // side by side.
+    //
+    // The smoothing's last section goes to `gain` until the gain replaces
+    // it. With the smoothing run the input filter and the delay line for the
+    // samples from lanes.filteredFirst on (their output taps are read before
+    // the next sample overwrites them). The quantizer, when active, comes
+    // between the gain and the clip.
+    constexpr int gainLag = 8;
+    const auto step = [&](int n, auto smoothing, auto filtering, auto gaining) {
+        if constexpr (decltype(smoothing)::value)
+        {
+            const int i = n;
+            const __m128 held = _mm_load_ps(lanes.held[i]);
+            __m128 envelope;
+            __m128 linkedMax;
+            __m128 linkedEnv;
+            if constexpr (alone)
+            {
+                envelopeNow = follow(envelopeNow, held, attack, release);
+                envelope = envelopeNow;
+                if constexpr (!lowerHalf)
+                    linkedMax = broadcastLane0(foldLanes(held, held, 1, lanes.count));
+                linkedEnv = broadcastLane0(foldLanes(envelope, envelope, 1, lanes.count));
+            }
+            else
+            {
+                envelope = _mm_load_ps(lanes.envelope[i]);
+                if constexpr (!lowerHalf)
+                    linkedMax = _mm_set1_ps(linkedHold[size_t(i)]);
+                linkedEnv = _mm_set1_ps(linkedEnvelope[size_t(i)]);
+            }
+            // max(max(a, linked), b) with std::max's order: a later value
+            // wins only when it is larger.
+            __m128 v;
+            if constexpr (lowerHalf)
+                v = _mm_max_ps(held, _mm_max_ps(_mm_mul_ps(linkFactor, linkedEnv), envelope));
+            else
+                v = _mm_max_ps(linkedEnv, _mm_max_ps(_mm_mul_ps(linkFactor, linkedMax), held));
+
+            smoother[0] = _mm_add_ps(v, _mm_mul_ps(_mm_sub_ps(smoother[0], v), smooth));
+            smoother[1] = _mm_add_ps(smoother[0], _mm_mul_ps(_mm_sub_ps(smoother[1], smoother[0]), smooth));
+            smoother[2] = _mm_add_ps(smoother[1], _mm_mul_ps(_mm_sub_ps(smoother[2], smoother[1]), smooth));
+            smoother[3] = _mm_add_ps(smoother[2], _mm_mul_ps(_mm_sub_ps(smoother[3], smoother[2]), smooth));
+            _mm_store_ps(lanes.gain[i], smoother[3]);
+
+            if constexpr (decltype(filtering)::value)
+            {
+                const int w = (writeIndex + i) & delayMask;
+                _mm_store_ps(lanes.delayed[i], _mm_load_ps(lanes.delay[(w + 1) & delayMask]));
+                _mm_store_ps(lanes.delay[w], inputFilter.highpass(_mm_load_ps(lanes.input[i])));
+            }
+        }
+        if constexpr (decltype(gaining)::value)
+        {
+            const int i = n - gainLag;
+            const __m128 s3 = _mm_load_ps(lanes.gain[i]);
+            const __m128 g = ChannelLanes::select(_mm_cmpgt_ps(s3, ceil), _mm_div_ps(ceil, s3), unity);
+            _mm_store_ps(lanes.gain[i], g);
+            __m128 y = _mm_mul_ps(g, _mm_load_ps(lanes.delayed[i]));
+            if constexpr (quantizing)
+                y = quantizer.quantize(y, _mm_load_ps(lanes.dither[i]));
+            // min(max(y, -clip), clip) with std::min's and std::max's order.
+            y = _mm_min_ps(clip, _mm_max_ps(minusClip, y));
+            _mm_store_ps(lanes.meanSquare[i], rmsSmoother.lowpass(_mm_mul_ps(y, y)));
+            _mm_store_ps(lanes.output[i], y);
+        }
+    };
+    // Samples n = 0 .. count - 1 are smoothed, those from filteredFirst on
+    // filtered too; the gain runs for n = gainLag .. count + gainLag - 1.
+    const auto run = [&](int from, int to, auto smoothing, auto filtering, auto gaining) {
+        for (int n = from; n < to; ++n)
+            step(n, smoothing, filtering, gaining);
+    };
+    const std::true_type yes;
+    const std::false_type no;
+    const int filteredFirst = lanes.filteredFirst;
+    run(0, std::min(std::min(filteredFirst, gainLag), count), yes, no, no);
+    if (filteredFirst < gainLag)
+        run(filteredFirst, std::min(gainLag, count), yes, yes, no);
+    else
+        run(gainLag, std::min(filteredFirst, count), yes, no, yes);
+    run(std::max(filteredFirst, gainLag), count, yes, yes, yes);
+    run(std::max(count, gainLag), count + gainLag, no, no, yes);
+
+    quantizer.finish();
+    rmsSmoother.finish();
+    inputFilter.finish();
+    if (alone)
+        ChannelLanes::scatter(lanes.channel, lanes.count, [](Channel* c) -> float& { return c->envelope; }, envelopeNow);
+    for (int k = 0; k < 4; ++k)
+        ChannelLanes::scatter(lanes.channel, lanes.count, [k](Channel* c) -> float& { return c->smoother[k]; }, smoother[k]);
 }
 
 void CLimiter::processFrame()

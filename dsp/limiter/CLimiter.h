@@ -135,6 +135,9 @@ private:
     void detectPeaks(ChannelGroup& group, int count);
     // Link, smoothing, gain, quantizer, clip and meters into out.
     void applyGain(ChannelGroup& group, float* const* out, int offset, int count);
+    // Its per-sample loop, for what is fixed for the block.
+    template <bool alone, bool lowerHalf, bool quantizing>
+    void smoothAndApplyGain(ChannelGroup& group, int count);
 
     // Settings as read at the start of the current block.
     struct BlockSettings
