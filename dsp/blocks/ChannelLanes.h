@@ -22,6 +22,20 @@ inline __m128 magnitude(__m128 v)
     return _mm_andnot_ps(_mm_set1_ps(-0.0f), v);
 }
 
+// Two channels at two samples: lanes 0-1 from the first two floats at a,
+// lanes 2-3 from those at b.
+inline __m128 loadPair(const float* a, const float* b)
+{
+    const __m128 low = _mm_loadl_pi(_mm_setzero_ps(), reinterpret_cast<const __m64*>(a));
+    return _mm_loadh_pi(low, reinterpret_cast<const __m64*>(b));
+}
+
+inline void storePair(float* a, float* b, __m128 v)
+{
+    _mm_storel_pi(reinterpret_cast<__m64*>(a), v);
+    _mm_storeh_pi(reinterpret_cast<__m64*>(b), v);
+}
+
 // field(object) of each of `count` objects, one per lane; field returns a
 // float reference (a member, or an element of a member array).
 template <typename T, typename Field>

@@ -390,7 +390,20 @@ void CLimiter::detectPeaks(ChannelGroup& lanes, int count)
     // Detection; the values go to `held`, where the sliding maximum
     // replaces them.
     CISPDetector::Lanes detector(lanes.truePeakDetector, lanes.count);
-    for (int i = 0, w = writeIndex; i < count; ++i, w = (w + 1) & delayMask)
+    int i = 0;
+    if (lanes.count <= 2)
+    {
+        // Two samples per register while the channels fill only half of it.
+        for (; i + 1 < count; i += 2)
+        {
+            const int r = (writeIndex + i + detectionOffset) & delayMask;
+            const __m128 ahead =
+                _mm_mul_ps(ChannelLanes::loadPair(lanes.delay[r], lanes.delay[(r + 1) & delayMask]), detectionGain);
+            const __m128 d = s.truePeak ? detector.processTwo(ahead) : ChannelLanes::magnitude(ahead);
+            ChannelLanes::storePair(lanes.held[i], lanes.held[i + 1], _mm_max_ps(ceiling, d));
+        }
+    }
+    for (int w = (writeIndex + i) & delayMask; i < count; ++i, w = (w + 1) & delayMask)
     {
         const __m128 ahead = _mm_mul_ps(_mm_load_ps(lanes.delay[(w + detectionOffset) & delayMask]), detectionGain);
         __m128 d;
