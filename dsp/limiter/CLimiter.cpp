@@ -422,7 +422,7 @@ void CLimiter::detectPeaks(ChannelGroup& lanes, int count)
     if (s.truePeak)
         detector.finish();
 
-    lanes.peakHold.process(lanes.held, lanes.held, count, writeIndex, s.lookahead, lead, s.ceiling);
+    lanes.peakHold.process(lanes.held, lanes.held, count, writeIndex, s.lookahead, lead, s.ceiling, lanes.count);
 
     // With one group the envelope and the link come with the gain, in the
     // same loop, where their arithmetic overlaps with the smoothing's.

@@ -14,6 +14,34 @@ __m128i selectInt(__m128 mask, __m128i a, __m128i b)
     const __m128i m = _mm_castps_si128(mask);
     return _mm_or_si128(_mm_and_si128(m, a), _mm_andnot_si128(m, b));
 }
+
+// How the passes fill a register: one entry in all four lanes, or two
+// entries (a, b) in lanes 0-1 and 2-3 while at most two lanes are in use.
+struct OneEntry
+{
+    static constexpr int entries = 1;
+    static __m128 load(const float* a, const float*) { return _mm_load_ps(a); }
+    static void store(float* a, float*, __m128 v) { _mm_store_ps(a, v); }
+    static __m128i loadInt(const int* a, const int*) { return _mm_load_si128(reinterpret_cast<const __m128i*>(a)); }
+    static void storeInt(int* a, int*, __m128i v) { _mm_store_si128(reinterpret_cast<__m128i*>(a), v); }
+    static __m128i index(int a, int) { return _mm_set1_epi32(a); }
+};
+
+struct TwoEntries
+{
+    static constexpr int entries = 2;
+    static __m128 load(const float* a, const float* b) { return ChannelLanes::loadPair(a, b); }
+    static void store(float* a, float* b, __m128 v) { ChannelLanes::storePair(a, b, v); }
+    static __m128i loadInt(const int* a, const int* b)
+    {
+        return _mm_castps_si128(load(reinterpret_cast<const float*>(a), reinterpret_cast<const float*>(b)));
+    }
+    static void storeInt(int* a, int* b, __m128i v)
+    {
+        store(reinterpret_cast<float*>(a), reinterpret_cast<float*>(b), _mm_castsi128_ps(v));
+    }
+    static __m128i index(int a, int b) { return _mm_set_epi32(b, b, a, a); }
+};
 }
 
 CSlidingMaximum::CSlidingMaximum()
@@ -26,10 +54,14 @@ void CSlidingMaximum::clear()
     std::memset(values, 0, sizeof values);
     std::fill(std::begin(holdMax), std::end(holdMax), 0.0f);
     std::fill(std::begin(holdCount), std::end(holdCount), 0);
+    // The passes read past the block into these; keep that defined.
+    std::memset(entering, 0, sizeof entering);
+    std::memset(segmentEndMax, 0, sizeof segmentEndMax);
+    std::memset(segmentEndAt, 0, sizeof segmentEndAt);
 }
 
 void CSlidingMaximum::process(const LaneFrame* detection, LaneFrame* held, int count, int writeIndex, int lookahead,
-                              int lead, float ceiling)
+                              int lead, float ceiling, int lanesInUse)
 {
     const int window = lookahead + 1;
     // Entry m is buffer position writeIndex + 1 + m as it enters the window,
@@ -46,72 +78,25 @@ void CSlidingMaximum::process(const LaneFrame* detection, LaneFrame* held, int c
         enter(m, _mm_load_ps(values[(writeIndex + 1 + m) & mask]));
     for (int m = known; m < entries; ++m)
         enter(m, _mm_load_ps(detection[m - known]));
-    for (int i = 0; i < count; ++i)
-        _mm_store_ps(values[(writeIndex + window + lead + i) & mask], _mm_load_ps(detection[i]));
+    const int firstWritten = (writeIndex + window + lead) & mask;
+    const int beforeWrap = std::min(count, length - firstWritten);
+    std::memcpy(values[firstWritten], detection, sizeof(LaneFrame) * size_t(beforeWrap));
+    std::memcpy(values[0], detection + beforeWrap, sizeof(LaneFrame) * size_t(count - beforeWrap));
 
-    // Backwards through each segment: the latest largest value from every
-    // entry to the segment's end. An earlier value replaces it only when
-    // larger (max(v, best) keeps best on a tie).
-    const int lastNeeded = (count - 1) / window * window + window - 1;
-    __m128 best = nothing;
-    __m128i bestAt = _mm_setzero_si128();
-    for (int m = lastNeeded, toSegmentStart = 0; m >= 0; --m, --toSegmentStart)
-    {
-        if (toSegmentStart == 0)
-        {
-            best = nothing;
-            toSegmentStart = window;
-        }
-        const __m128 v = _mm_load_ps(entering[m]);
-        bestAt = selectInt(_mm_cmpgt_ps(v, best), _mm_set1_epi32(m), bestAt);
-        best = _mm_max_ps(v, best);
-        _mm_store_ps(segmentEndMax[m], best);
-        _mm_store_si128(reinterpret_cast<__m128i*>(segmentEndAt[m]), bestAt);
-    }
+    if (lanesInUse <= 2)
+        findLargest<TwoEntries>(count, lookahead, ceiling);
+    else
+        findLargest<OneEntry>(count, lookahead, ceiling);
 
-    // Forwards: the latest largest value from the start of the segment of
-    // the window's newest entry up to that entry; a later value replaces it
-    // when at least as large (max(start, v) takes v on a tie). The segment of
-    // entry `lookahead` starts at 0.
-    __m128 start = nothing;
-    __m128i startAt = _mm_setzero_si128();
-    for (int m = 0; m < lookahead; ++m)
-    {
-        const __m128 v = _mm_load_ps(entering[m]);
-        startAt = selectInt(_mm_cmpge_ps(v, start), _mm_set1_epi32(m), startAt);
-        start = _mm_max_ps(start, v);
-    }
-
-    const __m128 ceil = _mm_set1_ps(ceiling);
+    // The hold rule, with what a rescan of each sample's window finds.
     const __m128i fullHold = _mm_set1_epi32(lookahead);
     __m128 hold = _mm_load_ps(holdMax);
     __m128i left = _mm_load_si128(reinterpret_cast<const __m128i*>(holdCount));
-    for (int n = 0, newest = lookahead, toSegmentEnd = 1; n < count; ++n, ++newest, --toSegmentEnd)
+    for (int n = 0; n < count; ++n)
     {
-        if (toSegmentEnd == 0)
-        {
-            start = nothing;
-            toSegmentEnd = window;
-        }
-        const __m128 v = _mm_load_ps(entering[newest]);
-        startAt = selectInt(_mm_cmpge_ps(v, start), _mm_set1_epi32(newest), startAt);
-        start = _mm_max_ps(start, v);
-
-        // What a rescan of the window n .. n + lookahead finds: the later
-        // part (the start of the next segment) wins a tie, and below the
-        // ceiling the ceiling itself with a full hold.
-        const __m128 end = _mm_load_ps(segmentEndMax[n]);
-        const __m128i endAt = _mm_load_si128(reinterpret_cast<const __m128i*>(segmentEndAt[n]));
-        const __m128i largestAt = selectInt(_mm_cmpge_ps(start, end), startAt, endAt);
-        const __m128 largest = _mm_max_ps(end, start);
-        // (A select rather than a maximum: a NaN ceiling is what the rescan
-        // holds then.)
-        const __m128 found = _mm_cmpge_ps(largest, ceil);
-        const __m128 rescanMax = select(found, largest, ceil);
-        const __m128i rescanLeft = selectInt(found, _mm_sub_epi32(largestAt, _mm_set1_epi32(n)), fullHold);
-
-        // The hold rule.
         const __m128 d = _mm_load_ps(detection[n]);
+        const __m128 rescanMax = _mm_load_ps(segmentEndMax[lookahead + n]);
+        const __m128i rescanLeft = _mm_load_si128(reinterpret_cast<const __m128i*>(segmentEndAt[lookahead + n]));
         const __m128 newMax = _mm_cmpge_ps(d, hold);
         const __m128i decremented = _mm_sub_epi32(left, _mm_set1_epi32(1));
         const __m128 expired =
@@ -122,4 +107,79 @@ void CSlidingMaximum::process(const LaneFrame* detection, LaneFrame* held, int c
     }
     _mm_store_ps(holdMax, hold);
     _mm_store_si128(reinterpret_cast<__m128i*>(holdCount), left);
+}
+
+template <class Registers>
+void CSlidingMaximum::findLargest(int count, int lookahead, float ceiling)
+{
+    using R = Registers;
+    const int window = lookahead + 1;
+    const int entries = lookahead + count;
+    const __m128 nothing = _mm_set1_ps(-std::numeric_limits<float>::infinity());
+    const __m128i one = _mm_set1_epi32(1);
+    // The arrays below are kept by the window's newest entry: sample n's
+    // window is entries n .. n + lookahead, and its results go to index
+    // n + lookahead.
+
+    // Backwards through each segment that holds a window's oldest entry: the
+    // latest largest value from every entry to the segment's end. An earlier
+    // value replaces it only when larger (max(v, best) keeps best on a tie).
+    // Segments go in twos (a, b); an odd last one is paired with itself.
+    const int endSegments = (count - 1) / window + 1;
+    for (int k = 0; k < endSegments; k += R::entries)
+    {
+        const int a = k * window;
+        const int b = std::min(k + 1, endSegments - 1) * window;
+        __m128 best = nothing;
+        __m128i bestAt = _mm_setzero_si128();
+        __m128i at = R::index(a + lookahead, b + lookahead);
+        for (int j = lookahead; j >= 0; --j, at = _mm_sub_epi32(at, one))
+        {
+            const __m128 v = R::load(entering[a + j], entering[b + j]);
+            bestAt = selectInt(_mm_cmpgt_ps(v, best), at, bestAt);
+            best = _mm_max_ps(v, best);
+            R::store(segmentEndMax[a + j + lookahead], segmentEndMax[b + j + lookahead], best);
+            R::storeInt(segmentEndAt[a + j + lookahead], segmentEndAt[b + j + lookahead], bestAt);
+        }
+    }
+
+    // Forwards through each segment that holds a window's newest entry: the
+    // latest largest value from the segment's start up to every entry; a
+    // later value replaces it when at least as large (max(start, v) takes v
+    // on a tie). With it, what a rescan of the window finds: the later part
+    // (the start of the next segment) wins a tie, and below the ceiling the
+    // ceiling itself with a full hold. That replaces the segment end's entry.
+    // Entries before the first window's newest, and past the block's last,
+    // are scanned for the running maximum only; what they store is not read.
+    const __m128 ceil = _mm_set1_ps(ceiling);
+    const __m128i fullHold = _mm_set1_epi32(lookahead);
+    const __m128i toSample = _mm_set1_epi32(lookahead);
+    const int startSegments = (entries - 1) / window + 1;
+    for (int k = 0; k < startSegments; k += R::entries)
+    {
+        const int a = k * window;
+        const int b = std::min(k + 1, startSegments - 1) * window;
+        __m128 start = nothing;
+        __m128i startAt = _mm_setzero_si128();
+        __m128i at = R::index(a, b);
+        for (int j = 0; j < window; ++j, at = _mm_add_epi32(at, one))
+        {
+            const __m128 v = R::load(entering[a + j], entering[b + j]);
+            startAt = selectInt(_mm_cmpge_ps(v, start), at, startAt);
+            start = _mm_max_ps(start, v);
+
+            const __m128 end = R::load(segmentEndMax[a + j], segmentEndMax[b + j]);
+            const __m128i endAt = R::loadInt(segmentEndAt[a + j], segmentEndAt[b + j]);
+            const __m128i largestAt = selectInt(_mm_cmpge_ps(start, end), startAt, endAt);
+            const __m128 largest = _mm_max_ps(end, start);
+            // (A select rather than a maximum: a NaN ceiling is what the
+            // rescan holds then.)
+            const __m128 found = _mm_cmpge_ps(largest, ceil);
+            // The hold lasts until the largest value's entry is the oldest:
+            // largestAt - n samples, n = at - lookahead.
+            const __m128i left = _mm_sub_epi32(largestAt, _mm_sub_epi32(at, toSample));
+            R::store(segmentEndMax[a + j], segmentEndMax[b + j], select(found, largest, ceil));
+            R::storeInt(segmentEndAt[a + j], segmentEndAt[b + j], selectInt(found, left, fullHold));
+        }
+    }
 }

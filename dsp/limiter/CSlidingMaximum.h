@@ -15,15 +15,19 @@
 // positions past the window's newest position, so with a lead of 1 (the
 // true-peak detector's delay) the newest value is just outside the window.
 //
-// Rather than rescanning, a block is worked through in three passes that
-// find every sample's "latest of the largest" in its window, whatever the
+// Rather than rescanning, a block is worked through in passes that find
+// every sample's "latest of the largest" in its window, whatever the
 // signal, without a branch on the data: the window contents of the whole
 // block are laid out in entering order (first the buffer as it stands, then
 // the block's own values as they enter), cut into segments of one window
 // length, and each window is the end of one segment and the start of the
 // next. The latest largest value of a segment's end is found scanning
 // backwards, of its start scanning forwards, and the later of the two wins
-// a tie. Comparisons only: the held maxima are the bits of the rescan.
+// a tie; only the hold rule itself runs sample by sample. Comparisons only:
+// the held maxima are the bits of the rescan.
+//
+// While at most two lanes are in use, the passes that allow it take two
+// segments, or two samples, per register.
 class CSlidingMaximum
 {
 public:
@@ -42,15 +46,23 @@ public:
     // One block: detection[i] holds the lanes' detection values of sample i,
     // held[i] receives their held maxima (it may be the same array). The
     // block's first sample has the write index writeIndex; count is at most
-    // maxBlock, lookahead + 1 + lead below the buffer length.
+    // maxBlock, lookahead + 1 + lead below the buffer length. Lanes from
+    // lanesInUse on may be left with any value.
     void process(const LaneFrame* detection, LaneFrame* held, int count, int writeIndex, int lookahead, int lead,
-                 float ceiling);
+                 float ceiling, int lanesInUse = lanes);
 
     float getHoldMax(int lane) const { return holdMax[lane]; }
     // Samples the held maximum has left before a rescan.
     int getHoldCount(int lane) const { return holdCount[lane]; }
 
 private:
+    template <class Registers>
+    void findLargest(int count, int lookahead, float ceiling);
+
+    // Entries of the work arrays: the block's window contents, and room for
+    // a last segment scanned past them.
+    static constexpr int workLength = 2 * length + maxBlock;
+
     // Detection values per buffer position, one per lane.
     alignas(16) LaneFrame values[length];
     alignas(16) float holdMax[lanes];
@@ -58,8 +70,9 @@ private:
 
     // Work arrays of process(): the window contents in entering order, and
     // for each entry the latest largest value from it to the end of its
-    // segment, with where that value entered.
-    alignas(16) LaneFrame entering[length + maxBlock];
-    alignas(16) LaneFrame segmentEndMax[length + maxBlock];
-    alignas(16) int segmentEndAt[length + maxBlock][lanes];
+    // segment with where that value entered, which become what a rescan of
+    // a window finds and the samples it would hold.
+    alignas(16) LaneFrame entering[workLength];
+    alignas(16) LaneFrame segmentEndMax[workLength];
+    alignas(16) int segmentEndAt[workLength][lanes];
 };
