@@ -511,21 +511,51 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
     C1LPF::Lanes inputFilter(lanes.inputFilter, lanes.count);
     CQuantizer::Lanes quantizer(lanes.quantizer, lanes.count);
 
-    // Two kinds of work per sample, each with its own chain from sample to
-    // sample: the smoothing, and the gain with the RMS smoother. Done for the
-    // same sample in one pass they would chain into one, deeper than the
-    // processor can look ahead; so one pass does the smoothing of a sample
-    // and the gain of the sample `gainLag` before it, and the two chains run
-    // side by side.
+    // The work of a sample is a deep chain: the envelope, four smoothing
+    // sections, the gain, the RMS smoother. Done a sample at a time, each
+    // sample would wait for the one before it; so the chain runs as a
+    // pipeline, each stage on an earlier sample than the stage before it:
+    // in step n the envelope and section 0 take sample n, section k sample
+    // n - k, and the gain sample n - gainLag. A step's stages then depend
+    // only on the step before, and run side by side.
     //
-    // The smoothing's last section goes to `gain` until the gain replaces
-    // it. With the smoothing run the input filter and the delay line for the
-    // samples from lanes.filteredFirst on (their output taps are read before
-    // the next sample overwrites them). The quantizer, when active, comes
-    // between the gain and the clip.
+    // Section 3's output goes to `gain` until the gain replaces it. With the
+    // envelope run the input filter and the delay line for the samples from
+    // lanes.filteredFirst on (their output taps are read before the next
+    // sample overwrites them). The quantizer, when active, comes between the
+    // gain and the clip.
     constexpr int gainLag = 8;
-    const auto step = [&](int n, auto smoothing, auto filtering, auto gaining) {
-        if constexpr (decltype(smoothing)::value)
+    const int firstWrite = writeIndex;
+    const auto section = [smooth](__m128 state, __m128 input) {
+        return _mm_add_ps(input, _mm_mul_ps(_mm_sub_ps(state, input), smooth));
+    };
+    // Each flag is true_type/false_type where the range fixes it, else bool.
+    const auto step = [&](int n, auto envelopeStage, auto filtering, auto section1, auto section2, auto section3,
+                          auto gaining) {
+        if (gaining)
+        {
+            const int i = n - gainLag;
+            const __m128 s3 = _mm_load_ps(lanes.gain[i]);
+            const __m128 g = ChannelLanes::select(_mm_cmpgt_ps(s3, ceil), _mm_div_ps(ceil, s3), unity);
+            _mm_store_ps(lanes.gain[i], g);
+            __m128 y = _mm_mul_ps(g, _mm_load_ps(lanes.delayed[i]));
+            if constexpr (quantizing)
+                y = quantizer.quantize(y, _mm_load_ps(lanes.dither[i]));
+            // min(max(y, -clip), clip) with std::min's and std::max's order.
+            y = _mm_min_ps(clip, _mm_max_ps(minusClip, y));
+            _mm_store_ps(lanes.meanSquare[i], rmsSmoother.lowpass(_mm_mul_ps(y, y)));
+            _mm_store_ps(lanes.output[i], y);
+        }
+        if (section3)
+        {
+            smoother[3] = section(smoother[3], smoother[2]);
+            _mm_store_ps(lanes.gain[n - 3], smoother[3]);
+        }
+        if (section2)
+            smoother[2] = section(smoother[2], smoother[1]);
+        if (section1)
+            smoother[1] = section(smoother[1], smoother[0]);
+        if (envelopeStage)
         {
             const int i = n;
             const __m128 held = _mm_load_ps(lanes.held[i]);
@@ -554,51 +584,31 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
                 v = _mm_max_ps(held, _mm_max_ps(_mm_mul_ps(linkFactor, linkedEnv), envelope));
             else
                 v = _mm_max_ps(linkedEnv, _mm_max_ps(_mm_mul_ps(linkFactor, linkedMax), held));
+            smoother[0] = section(smoother[0], v);
 
-            smoother[0] = _mm_add_ps(v, _mm_mul_ps(_mm_sub_ps(smoother[0], v), smooth));
-            smoother[1] = _mm_add_ps(smoother[0], _mm_mul_ps(_mm_sub_ps(smoother[1], smoother[0]), smooth));
-            smoother[2] = _mm_add_ps(smoother[1], _mm_mul_ps(_mm_sub_ps(smoother[2], smoother[1]), smooth));
-            smoother[3] = _mm_add_ps(smoother[2], _mm_mul_ps(_mm_sub_ps(smoother[3], smoother[2]), smooth));
-            _mm_store_ps(lanes.gain[i], smoother[3]);
-
-            if constexpr (decltype(filtering)::value)
+            if (filtering)
             {
-                const int w = (writeIndex + i) & delayMask;
+                const int w = (firstWrite + i) & delayMask;
                 _mm_store_ps(lanes.delayed[i], _mm_load_ps(lanes.delay[(w + 1) & delayMask]));
                 _mm_store_ps(lanes.delay[w], inputFilter.highpass(_mm_load_ps(lanes.input[i])));
             }
         }
-        if constexpr (decltype(gaining)::value)
-        {
-            const int i = n - gainLag;
-            const __m128 s3 = _mm_load_ps(lanes.gain[i]);
-            const __m128 g = ChannelLanes::select(_mm_cmpgt_ps(s3, ceil), _mm_div_ps(ceil, s3), unity);
-            _mm_store_ps(lanes.gain[i], g);
-            __m128 y = _mm_mul_ps(g, _mm_load_ps(lanes.delayed[i]));
-            if constexpr (quantizing)
-                y = quantizer.quantize(y, _mm_load_ps(lanes.dither[i]));
-            // min(max(y, -clip), clip) with std::min's and std::max's order.
-            y = _mm_min_ps(clip, _mm_max_ps(minusClip, y));
-            _mm_store_ps(lanes.meanSquare[i], rmsSmoother.lowpass(_mm_mul_ps(y, y)));
-            _mm_store_ps(lanes.output[i], y);
-        }
     };
-    // Samples n = 0 .. count - 1 are smoothed, those from filteredFirst on
-    // filtered too; the gain runs for n = gainLag .. count + gainLag - 1.
-    const auto run = [&](int from, int to, auto smoothing, auto filtering, auto gaining) {
-        for (int n = from; n < to; ++n)
-            step(n, smoothing, filtering, gaining);
+    const auto within = [count](int sample) { return sample >= 0 && sample < count; };
+    const auto anyStep = [&](int n) {
+        step(n, within(n), within(n) && n >= lanes.filteredFirst, within(n - 1), within(n - 2), within(n - 3),
+             within(n - gainLag));
     };
-    const std::true_type yes;
-    const std::false_type no;
-    const int filteredFirst = lanes.filteredFirst;
-    run(0, std::min(std::min(filteredFirst, gainLag), count), yes, no, no);
-    if (filteredFirst < gainLag)
-        run(filteredFirst, std::min(gainLag, count), yes, yes, no);
-    else
-        run(gainLag, std::min(filteredFirst, count), yes, no, yes);
-    run(std::max(filteredFirst, gainLag), count, yes, yes, yes);
-    run(std::max(count, gainLag), count + gainLag, no, no, yes);
+    // Every stage runs in the steps from steadyFrom to count; the steps
+    // around them check which stages have a sample.
+    const int steadyFrom = std::min(std::max(lanes.filteredFirst, gainLag), count);
+    for (int n = 0; n < steadyFrom; ++n)
+        anyStep(n);
+    const std::true_type all;
+    for (int n = steadyFrom; n < count; ++n)
+        step(n, all, all, all, all, all, all);
+    for (int n = count; n < count + gainLag; ++n)
+        anyStep(n);
 
     quantizer.finish();
     rmsSmoother.finish();
