@@ -39,6 +39,8 @@ public:
             for (int k = 0; k < count; ++k)
                 on[k] = quantizers[k]->bits > 0 ? -1 : 0;
             active = _mm_castsi128_ps(_mm_load_si128(reinterpret_cast<const __m128i*>(on)));
+            const int inUse = (1 << count) - 1;
+            everyLaneActive = (_mm_movemask_ps(active) & inUse) == inUse;
             const __m128 scale = gather(quantizers, count, [](CQuantizer* q) -> float& { return q->scale; });
             headroomScale = _mm_sub_ps(scale, _mm_set1_ps(headroomSteps));
             top = _mm_sub_ps(scale, _mm_set1_ps(1.0f));
@@ -66,6 +68,14 @@ public:
             const __m128 n0 = _mm_add_ps(_mm_mul_ps(c1, error), s1);
             const __m128 n1 = _mm_add_ps(_mm_sub_ps(_mm_mul_ps(c2, error), _mm_mul_ps(a1, n0)), s2);
             const __m128 n2 = _mm_mul_ps(minusA2, n0);
+            // Lanes past the count may run as if active: nothing reads them.
+            if (everyLaneActive)
+            {
+                s0 = n0;
+                s1 = n1;
+                s2 = n2;
+                return _mm_mul_ps(q, invScale);
+            }
             using ChannelLanes::select;
             s0 = select(active, n0, s0);
             s1 = select(active, n1, s1);
@@ -98,6 +108,7 @@ public:
         CQuantizer* const* quantizers;
         int count;
         __m128 active;
+        bool everyLaneActive;
         __m128 headroomScale; // scale - headroomSteps
         __m128 top;           // scale - 1
         __m128 bottom;        // -scale
