@@ -2,6 +2,7 @@
 
 #include "blocks/ChannelLanes.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 
@@ -97,41 +98,21 @@ public:
         // floored level (inverted mode) together with the reading so far,
         // and a new extreme was held if any level went beyond the reading
         // that the hold started from. Those do not depend on the order of
-        // the samples, which lets them run four samples at a time.
-        void addBlock(const float (*x)[ChannelLanes::width], int count)
+        // the samples, which lets them run over two accumulators, and with
+        // two samples per register when at most two lanes are in use.
+        void addBlock(const float (*x)[ChannelLanes::width], int samples)
         {
-            // (Inverted mode also needs the reading at or above floorLevel,
-            // as it always is unless the upper limit lies below it.)
-            const bool floored = !inverted || _mm_movemask_ps(_mm_cmpge_ps(value, floor)) == 0xF;
+            const int inUse = (1 << count) - 1;
+            const bool floored = !inverted || (_mm_movemask_ps(_mm_cmpge_ps(value, floor)) & inUse) == inUse;
             int i = 0;
-            for (; i < count && (_mm_movemask_ps(wasRead) != 0 || !floored); ++i)
+            for (; i < samples && (_mm_movemask_ps(wasRead) != 0 || !floored); ++i)
                 add(_mm_load_ps(x[i]));
-            if (i == count)
+            if (i == samples)
                 return;
-            const __m128 from = value;
-            __m128 extreme[2] = {value, value};
-            __m128 beyond = _mm_setzero_ps();
-            if (!inverted)
-            {
-                for (; i + 1 < count; i += 2)
-                    for (int k = 0; k < 2; ++k)
-                        extreme[k] = _mm_max_ps(ChannelLanes::magnitude(_mm_load_ps(x[i + k])), extreme[k]);
-                for (; i < count; ++i)
-                    extreme[0] = _mm_max_ps(ChannelLanes::magnitude(_mm_load_ps(x[i])), extreme[0]);
-                value = _mm_max_ps(extreme[1], extreme[0]);
-                beyond = _mm_cmpgt_ps(value, from);
-            }
+            if (count <= 2)
+                takeExtremes<2>(x + i, samples - i);
             else
-            {
-                for (; i < count; ++i)
-                {
-                    const __m128 level = ChannelLanes::magnitude(_mm_load_ps(x[i]));
-                    beyond = _mm_or_ps(beyond, _mm_cmpnge_ps(level, from));
-                    extreme[i & 1] = _mm_min_ps(_mm_max_ps(level, floor), extreme[i & 1]);
-                }
-                value = _mm_min_ps(extreme[1], extreme[0]);
-            }
-            heldNewExtreme = _mm_or_ps(heldNewExtreme, beyond);
+                takeExtremes<1>(x + i, samples - i);
         }
 
         void finish()
@@ -148,6 +129,64 @@ public:
         }
 
     private:
+        // The extremes of a block, `perRegister` samples at a time (two while
+        // at most two lanes are in use); an odd last sample is taken twice,
+        // which changes no extreme.
+        template <int perRegister>
+        void takeExtremes(const float (*x)[ChannelLanes::width], int samples)
+        {
+            const auto load = [x](int i, int last) {
+                if constexpr (perRegister == 2)
+                    return ChannelLanes::loadPair(x[i], x[last]);
+                else
+                    return _mm_load_ps(x[i]);
+            };
+            const __m128 from = value;
+            const __m128 fromInEveryLane = perRegister == 2 ? _mm_movelh_ps(value, value) : value;
+            __m128 extreme[2] = {fromInEveryLane, fromInEveryLane};
+            __m128 beyond = _mm_setzero_ps();
+            const int whole = samples - samples % perRegister;
+            const bool odd = whole < samples;
+            if (!inverted)
+            {
+                int i = 0;
+                for (; i + perRegister < whole; i += 2 * perRegister)
+                    for (int k = 0; k < 2; ++k)
+                        extreme[k] = _mm_max_ps(ChannelLanes::magnitude(load(i + k * perRegister, i + k * perRegister + 1)), extreme[k]);
+                for (; i < whole; i += perRegister)
+                    extreme[0] = _mm_max_ps(ChannelLanes::magnitude(load(i, i + 1)), extreme[0]);
+                if (odd)
+                    extreme[1] = _mm_max_ps(ChannelLanes::magnitude(load(whole, whole)), extreme[1]);
+                value = _mm_max_ps(extreme[1], extreme[0]);
+                if (perRegister == 2)
+                    value = _mm_max_ps(_mm_movehl_ps(value, value), value);
+                beyond = _mm_cmpgt_ps(value, from);
+            }
+            else
+            {
+                const auto take = [&](__m128 samplesInLanes, int k) {
+                    const __m128 level = ChannelLanes::magnitude(samplesInLanes);
+                    beyond = _mm_or_ps(beyond, _mm_cmpnge_ps(level, fromInEveryLane));
+                    extreme[k] = _mm_min_ps(_mm_max_ps(level, floor), extreme[k]);
+                };
+                int i = 0;
+                for (; i + perRegister < whole; i += 2 * perRegister)
+                    for (int k = 0; k < 2; ++k)
+                        take(load(i + k * perRegister, i + k * perRegister + 1), k);
+                for (; i < whole; i += perRegister)
+                    take(load(i, i + 1), 0);
+                if (odd)
+                    take(load(whole, whole), 1);
+                value = _mm_min_ps(extreme[1], extreme[0]);
+                if (perRegister == 2)
+                {
+                    value = _mm_min_ps(_mm_movehl_ps(value, value), value);
+                    beyond = _mm_or_ps(_mm_movehl_ps(beyond, beyond), beyond);
+                }
+            }
+            heldNewExtreme = _mm_or_ps(heldNewExtreme, beyond);
+        }
+
         CVu* const* meters;
         int count;
         bool inverted;
