@@ -394,14 +394,21 @@ void CLimiter::detectPeaks(ChannelGroup& lanes, int count)
     if (lanes.count <= 2)
     {
         // Two samples per register while the channels fill only half of it.
-        for (; i + 1 < count; i += 2)
-        {
-            const int r = (writeIndex + i + detectionOffset) & delayMask;
-            const __m128 ahead =
-                _mm_mul_ps(ChannelLanes::loadPair(lanes.delay[r], lanes.delay[(r + 1) & delayMask]), detectionGain);
-            const __m128 d = s.truePeak ? detector.processTwo(ahead) : ChannelLanes::magnitude(ahead);
-            ChannelLanes::storePair(lanes.held[i], lanes.held[i + 1], _mm_max_ps(ceiling, d));
-        }
+        const int firstRead = writeIndex + detectionOffset;
+        const auto detectPairs = [&](auto truePeak) {
+            for (; i + 1 < count; i += 2)
+            {
+                const int r = (firstRead + i) & delayMask;
+                const __m128 ahead =
+                    _mm_mul_ps(ChannelLanes::loadPair(lanes.delay[r], lanes.delay[(r + 1) & delayMask]), detectionGain);
+                const __m128 d = truePeak ? detector.processTwo(ahead) : ChannelLanes::magnitude(ahead);
+                ChannelLanes::storePair(lanes.held[i], lanes.held[i + 1], _mm_max_ps(ceiling, d));
+            }
+        };
+        if (s.truePeak)
+            detectPairs(std::true_type());
+        else
+            detectPairs(std::false_type());
     }
     for (int w = (writeIndex + i) & delayMask; i < count; ++i, w = (w + 1) & delayMask)
     {
