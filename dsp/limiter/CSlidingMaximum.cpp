@@ -88,25 +88,31 @@ void CSlidingMaximum::process(const LaneFrame* detection, LaneFrame* held, int c
     else
         findLargest<OneEntry>(count, lookahead, ceiling);
 
-    // The hold rule, with what a rescan of each sample's window finds.
-    const __m128i fullHold = _mm_set1_epi32(lookahead);
+    // The hold rule, with what a rescan of each sample's window finds. The
+    // hold is kept as the last sample it lasts (counted from this block's
+    // first) rather than as samples left, so that a sample's test of it
+    // waits for nothing but the sample before. A new maximum overrides an
+    // expiry, so the expiry test need not exclude it.
+    const __m128i one = _mm_set1_epi32(1);
     __m128 hold = _mm_load_ps(holdMax);
-    __m128i left = _mm_load_si128(reinterpret_cast<const __m128i*>(holdCount));
+    __m128i lastSample = _mm_sub_epi32(_mm_load_si128(reinterpret_cast<const __m128i*>(holdCount)), one);
+    __m128i sample = _mm_setzero_si128();
+    __m128i newHoldEnd = _mm_set1_epi32(lookahead);
     for (int n = 0; n < count; ++n)
     {
         const __m128 d = _mm_load_ps(detection[n]);
         const __m128 rescanMax = _mm_load_ps(segmentEndMax[lookahead + n]);
-        const __m128i rescanLeft = _mm_load_si128(reinterpret_cast<const __m128i*>(segmentEndAt[lookahead + n]));
+        const __m128i rescanEnd = _mm_load_si128(reinterpret_cast<const __m128i*>(segmentEndAt[lookahead + n]));
         const __m128 newMax = _mm_cmpge_ps(d, hold);
-        const __m128i decremented = _mm_sub_epi32(left, _mm_set1_epi32(1));
-        const __m128 expired =
-            _mm_andnot_ps(newMax, _mm_castsi128_ps(_mm_cmplt_epi32(decremented, _mm_setzero_si128())));
+        const __m128 expired = _mm_castsi128_ps(_mm_cmpgt_epi32(sample, lastSample));
         hold = select(newMax, d, select(expired, rescanMax, hold));
-        left = selectInt(newMax, fullHold, selectInt(expired, rescanLeft, decremented));
+        lastSample = selectInt(newMax, newHoldEnd, selectInt(expired, rescanEnd, lastSample));
         _mm_store_ps(held[n], hold);
+        sample = _mm_add_epi32(sample, one);
+        newHoldEnd = _mm_add_epi32(newHoldEnd, one);
     }
     _mm_store_ps(holdMax, hold);
-    _mm_store_si128(reinterpret_cast<__m128i*>(holdCount), left);
+    _mm_store_si128(reinterpret_cast<__m128i*>(holdCount), _mm_sub_epi32(lastSample, _mm_set1_epi32(count - 1)));
 }
 
 template <class Registers>
@@ -152,8 +158,6 @@ void CSlidingMaximum::findLargest(int count, int lookahead, float ceiling)
     // Entries before the first window's newest, and past the block's last,
     // are scanned for the running maximum only; what they store is not read.
     const __m128 ceil = _mm_set1_ps(ceiling);
-    const __m128i fullHold = _mm_set1_epi32(lookahead);
-    const __m128i toSample = _mm_set1_epi32(lookahead);
     const int startSegments = (entries - 1) / window + 1;
     for (int k = 0; k < startSegments; k += R::entries)
     {
@@ -175,11 +179,11 @@ void CSlidingMaximum::findLargest(int count, int lookahead, float ceiling)
             // (A select rather than a maximum: a NaN ceiling is what the
             // rescan holds then.)
             const __m128 found = _mm_cmpge_ps(largest, ceil);
-            // The hold lasts until the largest value's entry is the oldest:
-            // largestAt - n samples, n = at - lookahead.
-            const __m128i left = _mm_sub_epi32(largestAt, _mm_sub_epi32(at, toSample));
+            // The hold lasts until the sample at which the largest value's
+            // entry is the oldest, which is the entry's index; a full hold
+            // until the sample at which today's newest entry is.
             R::store(segmentEndMax[a + j], segmentEndMax[b + j], select(found, largest, ceil));
-            R::storeInt(segmentEndAt[a + j], segmentEndAt[b + j], selectInt(found, left, fullHold));
+            R::storeInt(segmentEndAt[a + j], segmentEndAt[b + j], selectInt(found, largestAt, at));
         }
     }
 }
