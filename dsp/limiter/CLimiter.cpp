@@ -298,14 +298,35 @@ void CLimiter::processChunk(float* const* out, int offset, int count, uint32_t& 
     for (int g = 0; g < groupCount; ++g)
     {
         ChannelGroup& lanes = group[g];
+        int i = 0;
+        if (lanes.count == 2)
+        {
+            // A pair of channels, two frames per register.
+            const float* left = out[lanes.first] + offset;
+            const float* right = out[lanes.first + 1] + offset;
+            __m128 quiet = _mm_setzero_ps();
+            for (; i + 4 <= count; i += 4)
+            {
+                const __m128 l = _mm_loadu_ps(left + i);
+                const __m128 r = _mm_loadu_ps(right + i);
+                for (const int pair : {0, 2})
+                {
+                    const __m128 frames = pair == 0 ? _mm_unpacklo_ps(l, r) : _mm_unpackhi_ps(l, r);
+                    const __m128 x = _mm_mul_ps(frames, preGain);
+                    ChannelLanes::storePair(lanes.input[i + pair], lanes.input[i + pair + 1], x);
+                    quiet = _mm_or_ps(quiet, _mm_cmplt_ps(ChannelLanes::magnitude(x), noiseFloor));
+                }
+            }
+            quietSamples = quietSamples || _mm_movemask_ps(quiet) != 0;
+        }
         for (int k = 0; k < lanes.count; ++k)
         {
             const float* source = out[lanes.first + k] + offset;
-            for (int i = 0; i < count; ++i)
-                lanes.input[i][k] = source[i];
+            for (int j = i; j < count; ++j)
+                lanes.input[j][k] = source[j];
         }
         __m128 quiet = _mm_setzero_ps();
-        for (int i = 0; i < count; ++i)
+        for (; i < count; ++i)
         {
             const __m128 x = _mm_mul_ps(_mm_load_ps(lanes.input[i]), preGain);
             _mm_store_ps(lanes.input[i], x);
