@@ -507,11 +507,25 @@ void CLimiter::applyGain(ChannelGroup& lanes, float* const* out, int offset, int
     peakMeter.finish();
     rmsMeter.finish();
 
+    int i = 0;
+    if (lanes.count == 2)
+    {
+        // A pair of channels, four frames into two registers of samples.
+        float* left = out[lanes.first] + offset;
+        float* right = out[lanes.first + 1] + offset;
+        for (; i + 4 <= count; i += 4)
+        {
+            const __m128 first = _mm_unpacklo_ps(_mm_load_ps(lanes.output[i]), _mm_load_ps(lanes.output[i + 1]));
+            const __m128 second = _mm_unpacklo_ps(_mm_load_ps(lanes.output[i + 2]), _mm_load_ps(lanes.output[i + 3]));
+            _mm_storeu_ps(left + i, _mm_movelh_ps(first, second));
+            _mm_storeu_ps(right + i, _mm_movehl_ps(second, first));
+        }
+    }
     for (int k = 0; k < lanes.count; ++k)
     {
         float* destination = out[lanes.first + k] + offset;
-        for (int i = 0; i < count; ++i)
-            destination[i] = lanes.output[i][k];
+        for (int j = i; j < count; ++j)
+            destination[j] = lanes.output[j][k];
     }
 }
 
