@@ -76,7 +76,17 @@ void CSlidingMaximum::process(const LaneFrame* detection, LaneFrame* held, int c
     const int known = std::min(lookahead + lead, entries);
     for (int m = 0; m < known; ++m)
         enter(m, _mm_load_ps(values[(writeIndex + 1 + m) & mask]));
-    for (int m = known; m < entries; ++m)
+    int m = known;
+    if (lanesInUse <= 2)
+    {
+        // Two frames per register.
+        for (; m + 1 < entries; m += 2)
+        {
+            const __m128 v = ChannelLanes::loadPair(detection[m - known], detection[m + 1 - known]);
+            ChannelLanes::storePair(entering[m], entering[m + 1], select(_mm_cmpord_ps(v, v), v, nothing));
+        }
+    }
+    for (; m < entries; ++m)
         enter(m, _mm_load_ps(detection[m - known]));
     const int firstWritten = (writeIndex + window + lead) & mask;
     const int beforeWrap = std::min(count, length - firstWritten);
