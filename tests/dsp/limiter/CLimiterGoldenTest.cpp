@@ -40,6 +40,7 @@ struct GoldenRender
     const char* name;
     Settings settings;
     uint64_t checksum;
+    int channels = 2;
 };
 
 void PrintTo(const GoldenRender& render, std::ostream* os)
@@ -83,14 +84,28 @@ std::vector<GoldenRender> goldenRenders()
         {"TruePeakUnlinked16BitHalfShaped",
             Settings().withGain(14.0f).withTruePeak(true).withLink(0.0f).withAes17(false).withBits(16).withShaping(0.5f),
             0x4b33fce2b1fc6d52ull},
+        // Other channel counts: one channel, and channels that the limiter
+        // works on in more than one group, coupled by the link.
+        {"MonoTruePeak16BitShaped",
+            Settings().withGain(9.0f).withTruePeak(true).withCeiling(-1.0f).withSaturation(0.3f).withBits(16)
+                .withShaping(1.0f),
+            0x41d2ae10ca5713feull, 1},
+        {"FourChannelsLinked24Bit",
+            Settings().withGain(8.0f).withLookahead(0.001f).withCeiling(-0.5f).withLink(0.35f).withSaturation(0.5f)
+                .withBits(24),
+            0xbeda5ea1b17f3e81ull, 4},
+        {"FiveChannelsTruePeakUpperLink",
+            Settings().withGain(10.0f).withTruePeak(true).withLink(0.8f).withSaturation(0.2f),
+            0xe84a06bae2fbd4f4ull, 5},
     };
 }
 
 // Two seconds at 44.1 kHz: a bass and a lead line with harmonics, noise from
 // the tests' own generator, a slow swell, drum hits every 125 ms and single
 // sample clicks; peaks near +13 dBFS, so every render limits and, where
-// saturation is on, saturates.
-Buffer goldenSignal()
+// saturation is on, saturates. Channels past the second take the first two,
+// each shifted in time by its own amount and a little quieter.
+Buffer goldenSignal(int channels)
 {
     const double pi = 3.14159265358979323846;
     const double fs = 44100.0;
@@ -119,6 +134,14 @@ Buffer goldenSignal()
                 x = (ch == 0 ? 3.0 : -3.0);
             in[ch][n] = static_cast<float>(x);
         }
+    }
+    const Buffer stereo = in;
+    in.resize(size_t(channels));
+    for (int ch = 2; ch < channels; ++ch)
+    {
+        in[size_t(ch)].resize(size_t(frames));
+        for (int n = 0; n < frames; ++n)
+            in[size_t(ch)][size_t(n)] = 0.9f * stereo[size_t(ch % 2)][size_t((n + 1733 * ch) % frames)];
     }
     return in;
 }
@@ -158,7 +181,7 @@ public:
         for (const GoldenRender& r : goldenRenders())
             if (std::strcmp(r.name, name) == 0)
             {
-                const uint64_t sum = checksum(limit(r.settings, goldenSignal()));
+                const uint64_t sum = checksum(limit(r.settings, goldenSignal(r.channels)));
                 std::printf("\n%s%016llx\n", checksumTag, static_cast<unsigned long long>(sum));
                 std::fflush(stdout);
                 std::_Exit(0);
