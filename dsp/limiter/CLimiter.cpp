@@ -246,7 +246,7 @@ void CLimiter::clear()
     }
     for (int g = 0; g < groupCount; ++g)
     {
-        std::fill(&group[g].delay[0][0], &group[g].delay[0][0] + delayLength * ChannelGroup::lanes, 0.0f);
+        std::fill(&group[g].delay[0][0], &group[g].delay[0][0] + delayLength * ChannelLanes::width, 0.0f);
         group[g].peakHold.clear();
     }
 }
@@ -299,11 +299,11 @@ void CLimiter::processChunk(float* const* out, int offset, int count, uint32_t& 
     {
         ChannelGroup& lanes = group[g];
         int i = 0;
-        if (lanes.count == 2)
         {
-            // A pair of channels, two frames per register.
+            // Two frames per register; a channel alone stands in lanes 1
+            // and 3 too, where nothing reads it.
             const float* left = out[lanes.first] + offset;
-            const float* right = out[lanes.first + 1] + offset;
+            const float* right = lanes.count == 2 ? out[lanes.first + 1] + offset : left;
             __m128 quiet = _mm_setzero_ps();
             for (; i + 4 <= count; i += 4)
             {
@@ -412,9 +412,8 @@ void CLimiter::detectPeaks(ChannelGroup& lanes, int count)
     // replaces them.
     CISPDetector::Lanes detector(lanes.truePeakDetector, lanes.count);
     int i = 0;
-    if (lanes.count <= 2)
     {
-        // Two samples per register while the channels fill only half of it.
+        // Two samples per register.
         const int firstRead = writeIndex + detectionOffset;
         const auto detectPairs = [&](auto truePeak) {
             for (; i + 1 < count; i += 2)
@@ -549,6 +548,9 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
     __m128 smoother[4];
     for (int k = 0; k < 4; ++k)
         smoother[k] = ChannelLanes::gather(lanes.channel, lanes.count, [k](Channel* c) -> float& { return c->smoother[k]; });
+    // The four sections two to a register: sections 0 and 1, and 2 and 3.
+    __m128 sections01 = _mm_movelh_ps(smoother[0], smoother[1]);
+    __m128 sections23 = _mm_movelh_ps(smoother[2], smoother[3]);
     C1LPF::Lanes rmsSmoother(lanes.rmsSmoother, lanes.count);
     C1LPF::Lanes inputFilter(lanes.inputFilter, lanes.count);
     CQuantizer::Lanes quantizer(lanes.quantizer, lanes.count);
@@ -571,6 +573,16 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
     const auto section = [smooth](__m128 state, __m128 input) {
         return _mm_add_ps(input, _mm_mul_ps(_mm_sub_ps(state, input), smooth));
     };
+    // The updated lower and upper halves where their stage has a sample,
+    // the old ones elsewhere.
+    const auto keep = [](__m128 old, __m128 updated, auto lower, auto upper) {
+        if constexpr (std::is_same_v<decltype(lower), std::true_type> && std::is_same_v<decltype(upper), std::true_type>)
+            return updated;
+        else
+            return ChannelLanes::select(_mm_castsi128_ps(_mm_set_epi32(-int(bool(upper)), -int(bool(upper)),
+                                            -int(bool(lower)), -int(bool(lower)))),
+                updated, old);
+    };
     // Each flag is true_type/false_type where the range fixes it, else bool.
     const auto step = [&](int n, auto envelopeStage, auto filtering, auto section1, auto section2, auto section3,
                           auto gaining) {
@@ -588,15 +600,15 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
             _mm_store_ps(lanes.meanSquare[i], rmsSmoother.lowpass(_mm_mul_ps(y, y)));
             _mm_store_ps(lanes.output[i], y);
         }
-        if (section3)
+        // Sections 2 and 3 take sections 1 and 2 as they were.
+        if (section2 || section3)
         {
-            smoother[3] = section(smoother[3], smoother[2]);
-            _mm_store_ps(lanes.gain[n - 3], smoother[3]);
+            const __m128 input = _mm_shuffle_ps(sections01, sections23, _MM_SHUFFLE(1, 0, 3, 2));
+            sections23 = keep(sections23, section(sections23, input), section2, section3);
+            if (section3)
+                _mm_storeh_pi(reinterpret_cast<__m64*>(lanes.gain[n - 3]), sections23);
         }
-        if (section2)
-            smoother[2] = section(smoother[2], smoother[1]);
-        if (section1)
-            smoother[1] = section(smoother[1], smoother[0]);
+        __m128 v = _mm_setzero_ps();
         if (envelopeStage)
         {
             const int i = n;
@@ -621,12 +633,10 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
             }
             // max(max(a, linked), b) with std::max's order: a later value
             // wins only when it is larger.
-            __m128 v;
             if constexpr (lowerHalf)
                 v = _mm_max_ps(held, _mm_max_ps(_mm_mul_ps(linkFactor, linkedEnv), envelope));
             else
                 v = _mm_max_ps(linkedEnv, _mm_max_ps(_mm_mul_ps(linkFactor, linkedMax), held));
-            smoother[0] = section(smoother[0], v);
 
             if (filtering)
             {
@@ -635,6 +645,9 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
                 _mm_store_ps(lanes.delay[w], inputFilter.highpass(_mm_load_ps(lanes.input[i])));
             }
         }
+        // Section 0 takes the link's output, section 1 section 0 as it was.
+        if (envelopeStage || section1)
+            sections01 = keep(sections01, section(sections01, _mm_movelh_ps(v, sections01)), envelopeStage, section1);
     };
     const auto within = [count](int sample) { return sample >= 0 && sample < count; };
     const auto anyStep = [&](int n) {
@@ -657,6 +670,10 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
     inputFilter.finish();
     if (alone)
         ChannelLanes::scatter(lanes.channel, lanes.count, [](Channel* c) -> float& { return c->envelope; }, envelopeNow);
+    smoother[0] = sections01;
+    smoother[1] = _mm_movehl_ps(sections01, sections01);
+    smoother[2] = sections23;
+    smoother[3] = _mm_movehl_ps(sections23, sections23);
     for (int k = 0; k < 4; ++k)
         ChannelLanes::scatter(lanes.channel, lanes.count, [k](Channel* c) -> float& { return c->smoother[k]; }, smoother[k]);
 }

@@ -19,7 +19,7 @@
 // smoothing sections, word-length reduction, a clip at the ceiling, meters.
 //
 // The per-sample work runs in stages over chunks of up to 512 samples, with
-// up to four channels side by side in the lanes of SSE2 registers and each
+// channel pairs side by side in the lanes of SSE2 registers and each
 // stage's running state in registers; what couples the channels (the link,
 // and the noise and dither generators they share, drawn frame by frame in
 // channel order) runs across them. Every sample gets the same operations in
@@ -87,11 +87,14 @@ private:
         std::vector<float> inputBandPower;
     };
 
-    // Up to four channels processed side by side, one per SSE2 lane.
+    // A pair of channels processed side by side in lanes 0-1 of SSE2
+    // registers; where the work allows, lanes 2-3 take a second sample,
+    // segment or smoothing section of the same pair. More channels take
+    // more pairs, coupled by the link.
     struct ChannelGroup
     {
-        static constexpr int lanes = ChannelLanes::width;
-        using LaneFrame = float[lanes];
+        static constexpr int lanes = 2;
+        using LaneFrame = float[ChannelLanes::width];
 
         int first = 0;
         int count = 0;
