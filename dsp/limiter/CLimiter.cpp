@@ -485,16 +485,20 @@ void CLimiter::applyGain(ChannelGroup& lanes, float* const* out, int offset, int
     for (int k = 0; k < lanes.count; ++k)
         quantizing = quantizing || lanes.quantizer[k]->isActive();
     // The per-sample loop is compiled once per combination of what is fixed
-    // for the block, so that no test of these stays inside it.
-    const bool alone = groupCount == 1;
+    // for the block, so that no test of these stays inside it: the channels
+    // of the pair when it is the only one (0 when there are more pairs), the
+    // half of the link range, the quantizer.
+    const int channelsAlone = groupCount == 1 ? lanes.count : 0;
     const bool lowerHalf = block.link <= 0.5f;
     using Pass = void (CLimiter::*)(ChannelGroup&, int);
-    static constexpr Pass passes[2][2][2] = {
-        {{&CLimiter::smoothAndApplyGain<false, false, false>, &CLimiter::smoothAndApplyGain<false, false, true>},
-         {&CLimiter::smoothAndApplyGain<false, true, false>, &CLimiter::smoothAndApplyGain<false, true, true>}},
-        {{&CLimiter::smoothAndApplyGain<true, false, false>, &CLimiter::smoothAndApplyGain<true, false, true>},
-         {&CLimiter::smoothAndApplyGain<true, true, false>, &CLimiter::smoothAndApplyGain<true, true, true>}}};
-    (this->*passes[alone][lowerHalf][quantizing])(lanes, count);
+    static constexpr Pass passes[ChannelGroup::lanes + 1][2][2] = {
+        {{&CLimiter::smoothAndApplyGain<0, false, false>, &CLimiter::smoothAndApplyGain<0, false, true>},
+         {&CLimiter::smoothAndApplyGain<0, true, false>, &CLimiter::smoothAndApplyGain<0, true, true>}},
+        {{&CLimiter::smoothAndApplyGain<1, false, false>, &CLimiter::smoothAndApplyGain<1, false, true>},
+         {&CLimiter::smoothAndApplyGain<1, true, false>, &CLimiter::smoothAndApplyGain<1, true, true>}},
+        {{&CLimiter::smoothAndApplyGain<2, false, false>, &CLimiter::smoothAndApplyGain<2, false, true>},
+         {&CLimiter::smoothAndApplyGain<2, true, false>, &CLimiter::smoothAndApplyGain<2, true, true>}}};
+    (this->*passes[channelsAlone][lowerHalf][quantizing])(lanes, count);
 
     CVu::Lanes gainMeter(lanes.gainMeter, lanes.count);
     CVu::Lanes peakMeter(lanes.peakMeter, lanes.count);
@@ -528,9 +532,10 @@ void CLimiter::applyGain(ChannelGroup& lanes, float* const* out, int offset, int
     }
 }
 
-template <bool alone, bool lowerHalf, bool quantizing>
+template <int channelsAlone, bool lowerHalf, bool quantizing>
 void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
 {
+    constexpr bool alone = channelsAlone > 0;
     const BlockSettings& s = block;
     const __m128 ceil = _mm_set1_ps(s.ceiling);
     const __m128 clip = _mm_set1_ps(s.clipLevel);
@@ -569,7 +574,8 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
     // sample overwrites them). The quantizer, when active, comes between the
     // gain and the clip.
     constexpr int gainLag = 8;
-    const int firstWrite = writeIndex;
+    // The delay line's write position of sample n, moving with the steps.
+    int ringWrite = writeIndex;
     const auto section = [smooth](__m128 state, __m128 input) {
         return _mm_add_ps(input, _mm_mul_ps(_mm_sub_ps(state, input), smooth));
     };
@@ -621,8 +627,8 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
                 envelopeNow = follow(envelopeNow, held, attack, release);
                 envelope = envelopeNow;
                 if constexpr (!lowerHalf)
-                    linkedMax = broadcastLane0(foldLanes(held, held, 1, lanes.count));
-                linkedEnv = broadcastLane0(foldLanes(envelope, envelope, 1, lanes.count));
+                    linkedMax = broadcastLane0(foldLanes(held, held, 1, channelsAlone));
+                linkedEnv = broadcastLane0(foldLanes(envelope, envelope, 1, channelsAlone));
             }
             else
             {
@@ -640,14 +646,15 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
 
             if (filtering)
             {
-                const int w = (firstWrite + i) & delayMask;
-                _mm_store_ps(lanes.delayed[i], _mm_load_ps(lanes.delay[(w + 1) & delayMask]));
-                _mm_store_ps(lanes.delay[w], inputFilter.highpass(_mm_load_ps(lanes.input[i])));
+                const int tap = (ringWrite + 1) & delayMask;
+                _mm_store_ps(lanes.delayed[i], _mm_load_ps(lanes.delay[tap]));
+                _mm_store_ps(lanes.delay[ringWrite], inputFilter.highpass(_mm_load_ps(lanes.input[i])));
             }
         }
         // Section 0 takes the link's output, section 1 section 0 as it was.
         if (envelopeStage || section1)
             sections01 = keep(sections01, section(sections01, _mm_movelh_ps(v, sections01)), envelopeStage, section1);
+        ringWrite = (ringWrite + 1) & delayMask;
     };
     const auto within = [count](int sample) { return sample >= 0 && sample < count; };
     const auto anyStep = [&](int n) {

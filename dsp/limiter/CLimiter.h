@@ -139,7 +139,7 @@ private:
     // Link, smoothing, gain, quantizer, clip and meters into out.
     void applyGain(ChannelGroup& group, float* const* out, int offset, int count);
     // Its per-sample loop, for what is fixed for the block.
-    template <bool alone, bool lowerHalf, bool quantizing>
+    template <int channelsAlone, bool lowerHalf, bool quantizing>
     void smoothAndApplyGain(ChannelGroup& group, int count);
 
     // Settings as read at the start of the current block.
