@@ -596,7 +596,10 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
         {
             const int i = n - gainLag;
             const __m128 s3 = _mm_load_ps(lanes.gain[i]);
-            const __m128 g = ChannelLanes::select(_mm_cmpgt_ps(s3, ceil), _mm_div_ps(ceil, s3), unity);
+            // ceiling / s3 where s3 lies above the ceiling, else 1: the
+            // quotient is below 1 exactly there (at or below the ceiling it
+            // is at least 1, infinite or NaN, and a NaN never wins).
+            const __m128 g = _mm_min_ps(_mm_div_ps(ceil, s3), unity);
             _mm_store_ps(lanes.gain[i], g);
             __m128 y = _mm_mul_ps(g, _mm_load_ps(lanes.delayed[i]));
             if constexpr (quantizing)
