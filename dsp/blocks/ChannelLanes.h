@@ -17,6 +17,13 @@ inline __m128 select(__m128 mask, __m128 a, __m128 b)
     return _mm_or_ps(_mm_and_ps(mask, a), _mm_andnot_ps(mask, b));
 }
 
+// The same for integer lanes, under a mask from a float comparison.
+inline __m128i selectInt(__m128 mask, __m128i a, __m128i b)
+{
+    const __m128i m = _mm_castps_si128(mask);
+    return _mm_or_si128(_mm_and_si128(m, a), _mm_andnot_si128(m, b));
+}
+
 inline __m128 magnitude(__m128 v)
 {
     return _mm_andnot_ps(_mm_set1_ps(-0.0f), v);

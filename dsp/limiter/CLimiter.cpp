@@ -449,12 +449,15 @@ void CLimiter::detectPeaks(ChannelGroup& lanes, int count)
     if (s.truePeak)
         detector.finish();
 
-    lanes.peakHold.process(lanes.held, lanes.held, count, writeIndex, s.lookahead, lead, s.ceiling, lanes.count);
-
-    // With one group the envelope and the link come with the gain, in the
-    // same loop, where their arithmetic overlaps with the smoothing's.
+    // With one pair the hold rule, the envelope and the link come with the
+    // gain, in the same loop, where their arithmetic overlaps with the
+    // smoothing's.
     if (groupCount == 1)
+    {
+        lanes.peakHold.findRescans(lanes.held, count, writeIndex, s.lookahead, lead, s.ceiling, lanes.count);
         return;
+    }
+    lanes.peakHold.process(lanes.held, lanes.held, count, writeIndex, s.lookahead, lead, s.ceiling, lanes.count);
 
     // Attack/release envelope, and the largest held maximum and envelope
     // over the channels, taken in channel order and carried on from the
@@ -559,6 +562,8 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
     C1LPF::Lanes rmsSmoother(lanes.rmsSmoother, lanes.count);
     C1LPF::Lanes inputFilter(lanes.inputFilter, lanes.count);
     CQuantizer::Lanes quantizer(lanes.quantizer, lanes.count);
+    // With one pair, `held` still holds the detection values.
+    CSlidingMaximum::Hold peakHold(lanes.peakHold, lanes.held, s.lookahead);
 
     // The work of a sample is a deep chain: the envelope, four smoothing
     // sections, the gain, the RMS smoother. Done a sample at a time, each
@@ -621,7 +626,7 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
         if (envelopeStage)
         {
             const int i = n;
-            const __m128 held = _mm_load_ps(lanes.held[i]);
+            const __m128 held = alone ? peakHold.next(i) : _mm_load_ps(lanes.held[i]);
             __m128 envelope;
             __m128 linkedMax;
             __m128 linkedEnv;
@@ -678,6 +683,8 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
     quantizer.finish();
     rmsSmoother.finish();
     inputFilter.finish();
+    if (alone)
+        peakHold.finish(count);
     if (alone)
         ChannelLanes::scatter(lanes.channel, lanes.count, [](Channel* c) -> float& { return c->envelope; }, envelopeNow);
     smoother[0] = sections01;

@@ -8,12 +8,7 @@
 namespace
 {
 using ChannelLanes::select;
-
-__m128i selectInt(__m128 mask, __m128i a, __m128i b)
-{
-    const __m128i m = _mm_castps_si128(mask);
-    return _mm_or_si128(_mm_and_si128(m, a), _mm_andnot_si128(m, b));
-}
+using ChannelLanes::selectInt;
 
 // How the passes fill a register: one entry in all four lanes, or two
 // entries (a, b) in lanes 0-1 and 2-3 while at most two lanes are in use.
@@ -63,6 +58,16 @@ void CSlidingMaximum::clear()
 void CSlidingMaximum::process(const LaneFrame* detection, LaneFrame* held, int count, int writeIndex, int lookahead,
                               int lead, float ceiling, int lanesInUse)
 {
+    findRescans(detection, count, writeIndex, lookahead, lead, ceiling, lanesInUse);
+    Hold hold(*this, detection, lookahead);
+    for (int n = 0; n < count; ++n)
+        _mm_store_ps(held[n], hold.next(n));
+    hold.finish(count);
+}
+
+void CSlidingMaximum::findRescans(const LaneFrame* detection, int count, int writeIndex, int lookahead, int lead,
+                                  float ceiling, int lanesInUse)
+{
     const int window = lookahead + 1;
     // Entry m is buffer position writeIndex + 1 + m as it enters the window,
     // at sample m - lookahead. The first lookahead + lead entries stand in the
@@ -97,32 +102,6 @@ void CSlidingMaximum::process(const LaneFrame* detection, LaneFrame* held, int c
         findLargest<TwoEntries>(count, lookahead, ceiling);
     else
         findLargest<OneEntry>(count, lookahead, ceiling);
-
-    // The hold rule, with what a rescan of each sample's window finds. The
-    // hold is kept as the last sample it lasts (counted from this block's
-    // first) rather than as samples left, so that a sample's test of it
-    // waits for nothing but the sample before. A new maximum overrides an
-    // expiry, so the expiry test need not exclude it.
-    const __m128i one = _mm_set1_epi32(1);
-    __m128 hold = _mm_load_ps(holdMax);
-    __m128i lastSample = _mm_sub_epi32(_mm_load_si128(reinterpret_cast<const __m128i*>(holdCount)), one);
-    __m128i sample = _mm_setzero_si128();
-    __m128i newHoldEnd = _mm_set1_epi32(lookahead);
-    for (int n = 0; n < count; ++n)
-    {
-        const __m128 d = _mm_load_ps(detection[n]);
-        const __m128 rescanMax = _mm_load_ps(segmentEndMax[lookahead + n]);
-        const __m128i rescanEnd = _mm_load_si128(reinterpret_cast<const __m128i*>(segmentEndAt[lookahead + n]));
-        const __m128 newMax = _mm_cmpge_ps(d, hold);
-        const __m128 expired = _mm_castsi128_ps(_mm_cmpgt_epi32(sample, lastSample));
-        hold = select(newMax, d, select(expired, rescanMax, hold));
-        lastSample = selectInt(newMax, newHoldEnd, selectInt(expired, rescanEnd, lastSample));
-        _mm_store_ps(held[n], hold);
-        sample = _mm_add_epi32(sample, one);
-        newHoldEnd = _mm_add_epi32(newHoldEnd, one);
-    }
-    _mm_store_ps(holdMax, hold);
-    _mm_store_si128(reinterpret_cast<__m128i*>(holdCount), _mm_sub_epi32(lastSample, _mm_set1_epi32(count - 1)));
 }
 
 template <class Registers>
