@@ -33,22 +33,37 @@ public:
             peak = largestMagnitude(history[0], history[1], history[2], history[3], peak);
         }
 
-        // Two samples of at most two channels at once: x holds the first
-        // sample's channels in lanes 0-1 and the second's in lanes 2-3, and
-        // the result is, in the same lanes, the peak a read after each would
-        // return. Each lane runs the arithmetic of process(), so these are
-        // its bits. For detectors whose peak is read after every sample (the
-        // held peak must be 0).
-        __m128 processTwo(__m128 x)
+        // Pairs of samples of at most two channels: ahead(p) gives pair p,
+        // the first sample's channels in lanes 0-1 and the second's in lanes
+        // 2-3, and take(p, peaks) receives, in the same lanes, the peak a
+        // read after each sample would return. Each lane runs the arithmetic
+        // of process(), so these are its bits. For detectors whose peak is
+        // read after every sample (the held peak must be 0).
+        template <typename Ahead, typename Take>
+        void processPairs(int pairs, Ahead ahead, Take take)
         {
-            const __m128 h1 = _mm_movelh_ps(history[0], x);
-            const __m128 h2 = _mm_movelh_ps(history[1], history[0]);
-            const __m128 h3 = _mm_movelh_ps(history[2], history[1]);
-            history[3] = history[1];
-            history[2] = history[0];
-            history[1] = x;
-            history[0] = _mm_movehl_ps(x, x);
-            return largestMagnitude(x, h1, h2, h3, _mm_setzero_ps());
+            // The history in locals of the loop, so that it stays in
+            // registers.
+            __m128 newest = history[0];
+            __m128 second = history[1];
+            __m128 third = history[2];
+            __m128 fourth = history[3];
+            for (int p = 0; p < pairs; ++p)
+            {
+                const __m128 x = ahead(p);
+                const __m128 h1 = _mm_movelh_ps(newest, x);
+                const __m128 h2 = _mm_movelh_ps(second, newest);
+                const __m128 h3 = _mm_movelh_ps(third, second);
+                fourth = second;
+                third = newest;
+                second = x;
+                newest = _mm_movehl_ps(x, x);
+                take(p, largestMagnitude(x, h1, h2, h3, _mm_setzero_ps()));
+            }
+            history[0] = newest;
+            history[1] = second;
+            history[2] = third;
+            history[3] = fourth;
         }
 
         // The held peaks, which restart from 0.

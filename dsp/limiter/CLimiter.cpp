@@ -415,20 +415,20 @@ void CLimiter::detectPeaks(ChannelGroup& lanes, int count)
     {
         // Two samples per register.
         const int firstRead = writeIndex + detectionOffset;
-        const auto detectPairs = [&](auto truePeak) {
-            for (; i + 1 < count; i += 2)
-            {
-                const int r = (firstRead + i) & delayMask;
-                const __m128 ahead =
-                    _mm_mul_ps(ChannelLanes::loadPair(lanes.delay[r], lanes.delay[(r + 1) & delayMask]), detectionGain);
-                const __m128 d = truePeak ? detector.processTwo(ahead) : ChannelLanes::magnitude(ahead);
-                ChannelLanes::storePair(lanes.held[i], lanes.held[i + 1], _mm_max_ps(ceiling, d));
-            }
+        const int pairs = count / 2;
+        const auto ahead = [&](int p) {
+            const int r = (firstRead + 2 * p) & delayMask;
+            return _mm_mul_ps(ChannelLanes::loadPair(lanes.delay[r], lanes.delay[(r + 1) & delayMask]), detectionGain);
+        };
+        const auto take = [&](int p, __m128 d) {
+            ChannelLanes::storePair(lanes.held[2 * p], lanes.held[2 * p + 1], _mm_max_ps(ceiling, d));
         };
         if (s.truePeak)
-            detectPairs(std::true_type());
+            detector.processPairs(pairs, ahead, take);
         else
-            detectPairs(std::false_type());
+            for (int p = 0; p < pairs; ++p)
+                take(p, ChannelLanes::magnitude(ahead(p)));
+        i = 2 * pairs;
     }
     for (int w = (writeIndex + i) & delayMask; i < count; ++i, w = (w + 1) & delayMask)
     {
