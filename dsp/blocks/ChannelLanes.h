@@ -2,11 +2,13 @@
 
 #include <emmintrin.h>
 
-// Up to four channels side by side, one per lane of an SSE2 register. The
-// blocks' Lanes classes run the same per-sample arithmetic for several
-// instances at once: lane by lane, each SSE2 operation is the IEEE
-// operation of the scalar code on the same operands, so every lane gives
-// the bits of its instance processed alone. Unused lanes carry zeros.
+// Up to four channels side by side, one per lane of an SSE2 register, or a
+// pair of channels at two samples (lanes 0-1 and 2-3). The blocks' Lanes
+// classes run the same per-sample arithmetic for several instances at
+// once: lane by lane, each SSE2 operation is the IEEE operation of the
+// scalar code on the same operands, so every lane gives the bits of its
+// instance processed alone. Lanes past the instances start as zeros and are
+// never stored back.
 namespace ChannelLanes
 {
 constexpr int width = 4;

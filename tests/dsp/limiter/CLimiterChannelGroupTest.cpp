@@ -9,10 +9,10 @@
 
 using namespace limiter_test;
 
-// The limiter works on four channels side by side; more channels take more
-// groups of four, coupled only by the stereo link. These tests run limiters
-// of five and six channels (one full and one partial group) against what
-// the link law says of the channels.
+// The limiter works on a pair of channels side by side; more channels take
+// more pairs, coupled only by the stereo link. These tests run limiters of
+// five and six channels (full pairs and a channel alone) against what the
+// link law says of the channels.
 namespace
 {
 // Every channel its own loud signal: a tone of its own frequency, noise and
