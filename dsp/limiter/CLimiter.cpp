@@ -569,9 +569,9 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
     // sections, the gain, the RMS smoother. Done a sample at a time, each
     // sample would wait for the one before it; so the chain runs as a
     // pipeline, each stage on an earlier sample than the stage before it:
-    // in step n the envelope and section 0 take sample n, section k sample
-    // n - k, and the gain sample n - gainLag. A step's stages then depend
-    // only on the step before, and run side by side.
+    // in step n the hold, the envelope and the link take sample n, section k
+    // sample n - 1 - k, and the gain sample n - gainLag. A step's stages then
+    // depend only on the step before, and run side by side.
     //
     // Section 3's output goes to `gain` until the gain replaces it. With the
     // envelope run the input filter and the delay line for the samples from
@@ -595,8 +595,9 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
                 updated, old);
     };
     // Each flag is true_type/false_type where the range fixes it, else bool.
-    const auto step = [&](int n, auto envelopeStage, auto filtering, auto section1, auto section2, auto section3,
-                          auto gaining) {
+    __m128 linkOutput = _mm_setzero_ps();
+    const auto step = [&](int n, auto envelopeStage, auto filtering, auto section0, auto section1, auto section2,
+                          auto section3, auto gaining) {
         if (gaining)
         {
             const int i = n - gainLag;
@@ -620,9 +621,12 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
             const __m128 input = _mm_shuffle_ps(sections01, sections23, _MM_SHUFFLE(1, 0, 3, 2));
             sections23 = keep(sections23, section(sections23, input), section2, section3);
             if (section3)
-                _mm_storeh_pi(reinterpret_cast<__m64*>(lanes.gain[n - 3]), sections23);
+                _mm_storeh_pi(reinterpret_cast<__m64*>(lanes.gain[n - 4]), sections23);
         }
-        __m128 v = _mm_setzero_ps();
+        // Section 0 takes the link's output of the step before, section 1
+        // section 0 as it was.
+        if (section0 || section1)
+            sections01 = keep(sections01, section(sections01, _mm_movelh_ps(linkOutput, sections01)), section0, section1);
         if (envelopeStage)
         {
             const int i = n;
@@ -648,9 +652,9 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
             // max(max(a, linked), b) with std::max's order: a later value
             // wins only when it is larger.
             if constexpr (lowerHalf)
-                v = _mm_max_ps(held, _mm_max_ps(_mm_mul_ps(linkFactor, linkedEnv), envelope));
+                linkOutput = _mm_max_ps(held, _mm_max_ps(_mm_mul_ps(linkFactor, linkedEnv), envelope));
             else
-                v = _mm_max_ps(linkedEnv, _mm_max_ps(_mm_mul_ps(linkFactor, linkedMax), held));
+                linkOutput = _mm_max_ps(linkedEnv, _mm_max_ps(_mm_mul_ps(linkFactor, linkedMax), held));
 
             if (filtering)
             {
@@ -659,15 +663,12 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
                 _mm_store_ps(lanes.delay[ringWrite], inputFilter.highpass(_mm_load_ps(lanes.input[i])));
             }
         }
-        // Section 0 takes the link's output, section 1 section 0 as it was.
-        if (envelopeStage || section1)
-            sections01 = keep(sections01, section(sections01, _mm_movelh_ps(v, sections01)), envelopeStage, section1);
         ringWrite = (ringWrite + 1) & delayMask;
     };
     const auto within = [count](int sample) { return sample >= 0 && sample < count; };
     const auto anyStep = [&](int n) {
         step(n, within(n), within(n) && n >= lanes.filteredFirst, within(n - 1), within(n - 2), within(n - 3),
-             within(n - gainLag));
+             within(n - 4), within(n - gainLag));
     };
     // Every stage runs in the steps from steadyFrom to count; the steps
     // around them check which stages have a sample.
@@ -676,7 +677,7 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
         anyStep(n);
     const std::true_type all;
     for (int n = steadyFrom; n < count; ++n)
-        step(n, all, all, all, all, all, all);
+        step(n, all, all, all, all, all, all, all);
     for (int n = count; n < count + gainLag; ++n)
         anyStep(n);
 
