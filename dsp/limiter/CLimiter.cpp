@@ -569,12 +569,13 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
     // sections, the gain, the RMS smoother. Done a sample at a time, each
     // sample would wait for the one before it; so the chain runs as a
     // pipeline, each stage on an earlier sample than the stage before it:
-    // in step n the hold, the envelope and the link take sample n, section k
-    // sample n - 1 - k, and the gain sample n - gainLag. A step's stages then
-    // depend only on the step before, and run side by side.
+    // in step n the hold takes sample n, the envelope and the link sample
+    // n - 1, section k sample n - 2 - k, and the gain sample n - gainLag. A
+    // step's stages then depend only on the step before, and run side by
+    // side.
     //
     // Section 3's output goes to `gain` until the gain replaces it. With the
-    // envelope run the input filter and the delay line for the samples from
+    // hold run the input filter and the delay line for the samples from
     // lanes.filteredFirst on (their output taps are read before the next
     // sample overwrites them). The quantizer, when active, comes between the
     // gain and the clip.
@@ -595,9 +596,10 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
                 updated, old);
     };
     // Each flag is true_type/false_type where the range fixes it, else bool.
+    __m128 heldBefore = _mm_setzero_ps();
     __m128 linkOutput = _mm_setzero_ps();
-    const auto step = [&](int n, auto envelopeStage, auto filtering, auto section0, auto section1, auto section2,
-                          auto section3, auto gaining) {
+    const auto step = [&](int n, auto holdStage, auto filtering, auto envelopeStage, auto section0, auto section1,
+                          auto section2, auto section3, auto gaining) {
         if (gaining)
         {
             const int i = n - gainLag;
@@ -621,7 +623,7 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
             const __m128 input = _mm_shuffle_ps(sections01, sections23, _MM_SHUFFLE(1, 0, 3, 2));
             sections23 = keep(sections23, section(sections23, input), section2, section3);
             if (section3)
-                _mm_storeh_pi(reinterpret_cast<__m64*>(lanes.gain[n - 4]), sections23);
+                _mm_storeh_pi(reinterpret_cast<__m64*>(lanes.gain[n - 5]), sections23);
         }
         // Section 0 takes the link's output of the step before, section 1
         // section 0 as it was.
@@ -629,8 +631,8 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
             sections01 = keep(sections01, section(sections01, _mm_movelh_ps(linkOutput, sections01)), section0, section1);
         if (envelopeStage)
         {
-            const int i = n;
-            const __m128 held = alone ? peakHold.next(i) : _mm_load_ps(lanes.held[i]);
+            const int i = n - 1;
+            const __m128 held = heldBefore;
             __m128 envelope;
             __m128 linkedMax;
             __m128 linkedEnv;
@@ -655,7 +657,11 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
                 linkOutput = _mm_max_ps(held, _mm_max_ps(_mm_mul_ps(linkFactor, linkedEnv), envelope));
             else
                 linkOutput = _mm_max_ps(linkedEnv, _mm_max_ps(_mm_mul_ps(linkFactor, linkedMax), held));
-
+        }
+        if (holdStage)
+        {
+            const int i = n;
+            heldBefore = alone ? peakHold.next(i) : _mm_load_ps(lanes.held[i]);
             if (filtering)
             {
                 const int tap = (ringWrite + 1) & delayMask;
@@ -668,7 +674,7 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
     const auto within = [count](int sample) { return sample >= 0 && sample < count; };
     const auto anyStep = [&](int n) {
         step(n, within(n), within(n) && n >= lanes.filteredFirst, within(n - 1), within(n - 2), within(n - 3),
-             within(n - 4), within(n - gainLag));
+             within(n - 4), within(n - 5), within(n - gainLag));
     };
     // Every stage runs in the steps from steadyFrom to count; the steps
     // around them check which stages have a sample.
@@ -677,7 +683,7 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
         anyStep(n);
     const std::true_type all;
     for (int n = steadyFrom; n < count; ++n)
-        step(n, all, all, all, all, all, all, all);
+        step(n, all, all, all, all, all, all, all, all);
     for (int n = count; n < count + gainLag; ++n)
         anyStep(n);
 
