@@ -565,14 +565,14 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
     // With one pair, `held` still holds the detection values.
     CSlidingMaximum::Hold peakHold(lanes.peakHold, lanes.held, s.lookahead);
 
-    // The work of a sample is a deep chain: the envelope, four smoothing
-    // sections, the gain, the RMS smoother. Done a sample at a time, each
-    // sample would wait for the one before it; so the chain runs as a
-    // pipeline, each stage on an earlier sample than the stage before it:
-    // in step n the hold takes sample n, the envelope and the link sample
-    // n - 1, section k sample n - 2 - k, and the gain sample n - gainLag. A
-    // step's stages then depend only on the step before, and run side by
-    // side.
+    // The work of a sample is a deep chain: the hold, the envelope, the link,
+    // four smoothing sections, the gain, the RMS smoother. Done a sample at
+    // a time, each sample would wait for the one before it; so the chain
+    // runs as a pipeline, each stage on an earlier sample than the stage
+    // before it: in step n the hold takes sample n, the envelope and the
+    // link sample n - 1, section k sample n - 2 - k, and the gain sample
+    // n - gainLag. A step's stages then depend only on the step before, and
+    // run side by side.
     //
     // Section 3's output goes to `gain` until the gain replaces it. With the
     // hold run the input filter and the delay line for the samples from
@@ -595,9 +595,10 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
                                             -int(bool(lower)), -int(bool(lower)))),
                 updated, old);
     };
-    // Each flag is true_type/false_type where the range fixes it, else bool.
+    // What the hold and the link handed on in the step before.
     __m128 heldBefore = _mm_setzero_ps();
     __m128 linkOutput = _mm_setzero_ps();
+    // Each flag is true_type/false_type where the range fixes it, else bool.
     const auto step = [&](int n, auto holdStage, auto filtering, auto envelopeStage, auto section0, auto section1,
                           auto section2, auto section3, auto gaining) {
         if (gaining)
@@ -691,9 +692,10 @@ void CLimiter::smoothAndApplyGain(ChannelGroup& lanes, int count)
     rmsSmoother.finish();
     inputFilter.finish();
     if (alone)
+    {
         peakHold.finish(count);
-    if (alone)
         ChannelLanes::scatter(lanes.channel, lanes.count, [](Channel* c) -> float& { return c->envelope; }, envelopeNow);
+    }
     smoother[0] = sections01;
     smoother[1] = _mm_movehl_ps(sections01, sections01);
     smoother[2] = sections23;
