@@ -41,6 +41,8 @@ struct GoldenRender
     Settings settings;
     uint64_t checksum;
     int channels = 2;
+    // Settings changed between blocks of changing sizes, as automation does.
+    bool automated = false;
 };
 
 void PrintTo(const GoldenRender& render, std::ostream* os)
@@ -97,6 +99,8 @@ std::vector<GoldenRender> goldenRenders()
         {"FiveChannelsTruePeakUpperLink",
             Settings().withGain(10.0f).withTruePeak(true).withLink(0.8f).withSaturation(0.2f),
             0xe84a06bae2fbd4f4ull, 5},
+        {"AutomatedEverySetting", Settings().withGain(6.0f).withSaturation(0.3f), 0x2aaae3592686350cull, 2, true},
+        {"AutomatedThreeChannels", Settings().withGain(9.0f).withTruePeak(true), 0xbf3483a2f192d0a2ull, 3, true},
     };
 }
 
@@ -146,6 +150,47 @@ Buffer goldenSignal(int channels)
     return in;
 }
 
+// The render with one setting changed before each block, in turn, and the
+// block size changed with it: look-ahead, true peak, link, ceiling, attack,
+// release, input gain, word length, shaping, monitor, saturation.
+Buffer limitAutomated(const Settings& s, const Buffer& in)
+{
+    SetUpLimiter limiter(s, static_cast<int>(in.size()));
+    const int channels = static_cast<int>(in.size());
+    const int frames = static_cast<int>(in[0].size());
+    Buffer out = makeBuffer(channels, frames);
+    std::vector<const float*> inputs(static_cast<size_t>(channels));
+    std::vector<float*> outputs(static_cast<size_t>(channels));
+    const int sizes[] = {1, 7, 64, 333, 512, 1000, 2048};
+    for (int pos = 0, block = 0; pos < frames; ++block)
+    {
+        const int k = block / 11;
+        switch (block % 11)
+        {
+        case 0: limiter.setLookahead(0.0005f * float(k % 7)); break;
+        case 1: limiter.setTruePeak(k % 2 == 0); break;
+        case 2: limiter.setLink(0.25f * float(k % 5)); break;
+        case 3: limiter.setCeiling(-1.5f * float(k % 4)); break;
+        case 4: limiter.setAttack(0.02f * float(k % 3)); break;
+        case 5: limiter.setRelease(0.1f + 0.3f * float(k % 3)); break;
+        case 6: limiter.setInputGain(3.0f * float(k % 4)); break;
+        case 7: limiter.setNumBits(static_cast<int8_t>(8 * (k % 4))); break;
+        case 8: limiter.setShaping(0.5f * float(k % 3)); break;
+        case 9: limiter.setMonitor(k % 2 == 1); break;
+        default: limiter.setSaturation(0.25f * float(k % 5)); break;
+        }
+        const int count = std::min(sizes[block % 7], frames - pos);
+        for (int ch = 0; ch < channels; ++ch)
+        {
+            inputs[ch] = in[ch].data() + pos;
+            outputs[ch] = out[ch].data() + pos;
+        }
+        limiter.process(inputs.data(), outputs.data(), count);
+        pos += count;
+    }
+    return out;
+}
+
 // FNV-1a 64 over the bit patterns of every output float, channel by
 // channel, each as four bytes from the least significant.
 uint64_t checksum(const Buffer& out)
@@ -181,7 +226,8 @@ public:
         for (const GoldenRender& r : goldenRenders())
             if (std::strcmp(r.name, name) == 0)
             {
-                const uint64_t sum = checksum(limit(r.settings, goldenSignal(r.channels)));
+                const Buffer in = goldenSignal(r.channels);
+                const uint64_t sum = checksum(r.automated ? limitAutomated(r.settings, in) : limit(r.settings, in));
                 std::printf("\n%s%016llx\n", checksumTag, static_cast<unsigned long long>(sum));
                 std::fflush(stdout);
                 std::_Exit(0);
