@@ -298,27 +298,26 @@ void CLimiter::processChunk(float* const* out, int offset, int count, uint32_t& 
     for (int g = 0; g < groupCount; ++g)
     {
         ChannelGroup& lanes = group[g];
+        // Two frames per register; a channel alone stands in lanes 1 and 3
+        // too, where nothing reads it.
         int i = 0;
+        const float* left = out[lanes.first] + offset;
+        const float* right = lanes.count == 2 ? out[lanes.first + 1] + offset : left;
+        __m128 quietPairs = _mm_setzero_ps();
+        for (; i + 4 <= count; i += 4)
         {
-            // Two frames per register; a channel alone stands in lanes 1
-            // and 3 too, where nothing reads it.
-            const float* left = out[lanes.first] + offset;
-            const float* right = lanes.count == 2 ? out[lanes.first + 1] + offset : left;
-            __m128 quiet = _mm_setzero_ps();
-            for (; i + 4 <= count; i += 4)
+            const __m128 l = _mm_loadu_ps(left + i);
+            const __m128 r = _mm_loadu_ps(right + i);
+            for (const int pair : {0, 2})
             {
-                const __m128 l = _mm_loadu_ps(left + i);
-                const __m128 r = _mm_loadu_ps(right + i);
-                for (const int pair : {0, 2})
-                {
-                    const __m128 frames = pair == 0 ? _mm_unpacklo_ps(l, r) : _mm_unpackhi_ps(l, r);
-                    const __m128 x = _mm_mul_ps(frames, preGain);
-                    ChannelLanes::storePair(lanes.input[i + pair], lanes.input[i + pair + 1], x);
-                    quiet = _mm_or_ps(quiet, _mm_cmplt_ps(ChannelLanes::magnitude(x), noiseFloor));
-                }
+                const __m128 frames = pair == 0 ? _mm_unpacklo_ps(l, r) : _mm_unpackhi_ps(l, r);
+                const __m128 x = _mm_mul_ps(frames, preGain);
+                ChannelLanes::storePair(lanes.input[i + pair], lanes.input[i + pair + 1], x);
+                quietPairs = _mm_or_ps(quietPairs, _mm_cmplt_ps(ChannelLanes::magnitude(x), noiseFloor));
             }
-            quietSamples = quietSamples || _mm_movemask_ps(quiet) != 0;
         }
+        quietSamples = quietSamples || _mm_movemask_ps(quietPairs) != 0;
+        // The frames left over one at a time.
         for (int k = 0; k < lanes.count; ++k)
         {
             const float* source = out[lanes.first + k] + offset;
@@ -411,25 +410,22 @@ void CLimiter::detectPeaks(ChannelGroup& lanes, int count)
     // Detection; the values go to `held`, where the sliding maximum
     // replaces them.
     CISPDetector::Lanes detector(lanes.truePeakDetector, lanes.count);
-    int i = 0;
-    {
-        // Two samples per register.
-        const int firstRead = writeIndex + detectionOffset;
-        const int pairs = count / 2;
-        const auto ahead = [&](int p) {
-            const int r = (firstRead + 2 * p) & delayMask;
-            return _mm_mul_ps(ChannelLanes::loadPair(lanes.delay[r], lanes.delay[(r + 1) & delayMask]), detectionGain);
-        };
-        const auto take = [&](int p, __m128 d) {
-            ChannelLanes::storePair(lanes.held[2 * p], lanes.held[2 * p + 1], _mm_max_ps(ceiling, d));
-        };
-        if (s.truePeak)
-            detector.processPairs(pairs, ahead, take);
-        else
-            for (int p = 0; p < pairs; ++p)
-                take(p, ChannelLanes::magnitude(ahead(p)));
-        i = 2 * pairs;
-    }
+    // Two samples per register.
+    const int firstRead = writeIndex + detectionOffset;
+    const int pairs = count / 2;
+    const auto ahead = [&](int p) {
+        const int r = (firstRead + 2 * p) & delayMask;
+        return _mm_mul_ps(ChannelLanes::loadPair(lanes.delay[r], lanes.delay[(r + 1) & delayMask]), detectionGain);
+    };
+    const auto take = [&](int p, __m128 d) {
+        ChannelLanes::storePair(lanes.held[2 * p], lanes.held[2 * p + 1], _mm_max_ps(ceiling, d));
+    };
+    if (s.truePeak)
+        detector.processPairs(pairs, ahead, take);
+    else
+        for (int p = 0; p < pairs; ++p)
+            take(p, ChannelLanes::magnitude(ahead(p)));
+    int i = 2 * pairs;
     for (int w = (writeIndex + i) & delayMask; i < count; ++i, w = (w + 1) & delayMask)
     {
         const __m128 ahead = _mm_mul_ps(_mm_load_ps(lanes.delay[(w + detectionOffset) & delayMask]), detectionGain);
@@ -454,10 +450,10 @@ void CLimiter::detectPeaks(ChannelGroup& lanes, int count)
     // smoothing's.
     if (groupCount == 1)
     {
-        lanes.peakHold.findRescans(lanes.held, count, writeIndex, s.lookahead, lead, s.ceiling, lanes.count);
+        lanes.peakHold.findRescans(lanes.held, count, writeIndex, s.lookahead, lead, s.ceiling);
         return;
     }
-    lanes.peakHold.process(lanes.held, lanes.held, count, writeIndex, s.lookahead, lead, s.ceiling, lanes.count);
+    lanes.peakHold.process(lanes.held, lanes.held, count, writeIndex, s.lookahead, lead, s.ceiling);
 
     // Attack/release envelope, and the largest held maximum and envelope
     // over the channels, taken in channel order and carried on from the

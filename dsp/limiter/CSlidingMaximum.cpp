@@ -10,33 +10,22 @@ namespace
 using ChannelLanes::select;
 using ChannelLanes::selectInt;
 
-// How the passes fill a register: one entry in all four lanes, or two
-// entries (a, b) in lanes 0-1 and 2-3 while at most two lanes are in use.
-struct OneEntry
+// Two entries a and b of the pair's frames in one register: a's channels
+// in lanes 0-1, b's in lanes 2-3; and two entry indices the same way.
+__m128i loadIndices(const int* a, const int* b)
 {
-    static constexpr int entries = 1;
-    static __m128 load(const float* a, const float*) { return _mm_load_ps(a); }
-    static void store(float* a, float*, __m128 v) { _mm_store_ps(a, v); }
-    static __m128i loadInt(const int* a, const int*) { return _mm_load_si128(reinterpret_cast<const __m128i*>(a)); }
-    static void storeInt(int* a, int*, __m128i v) { _mm_store_si128(reinterpret_cast<__m128i*>(a), v); }
-    static __m128i index(int a, int) { return _mm_set1_epi32(a); }
-};
+    return _mm_castps_si128(ChannelLanes::loadPair(reinterpret_cast<const float*>(a), reinterpret_cast<const float*>(b)));
+}
 
-struct TwoEntries
+void storeIndices(int* a, int* b, __m128i v)
 {
-    static constexpr int entries = 2;
-    static __m128 load(const float* a, const float* b) { return ChannelLanes::loadPair(a, b); }
-    static void store(float* a, float* b, __m128 v) { ChannelLanes::storePair(a, b, v); }
-    static __m128i loadInt(const int* a, const int* b)
-    {
-        return _mm_castps_si128(load(reinterpret_cast<const float*>(a), reinterpret_cast<const float*>(b)));
-    }
-    static void storeInt(int* a, int* b, __m128i v)
-    {
-        store(reinterpret_cast<float*>(a), reinterpret_cast<float*>(b), _mm_castsi128_ps(v));
-    }
-    static __m128i index(int a, int b) { return _mm_set_epi32(b, b, a, a); }
-};
+    ChannelLanes::storePair(reinterpret_cast<float*>(a), reinterpret_cast<float*>(b), _mm_castsi128_ps(v));
+}
+
+__m128i indexPair(int a, int b)
+{
+    return _mm_set_epi32(b, b, a, a);
+}
 }
 
 CSlidingMaximum::CSlidingMaximum()
@@ -56,9 +45,9 @@ void CSlidingMaximum::clear()
 }
 
 void CSlidingMaximum::process(const LaneFrame* detection, LaneFrame* held, int count, int writeIndex, int lookahead,
-                              int lead, float ceiling, int lanesInUse)
+                              int lead, float ceiling)
 {
-    findRescans(detection, count, writeIndex, lookahead, lead, ceiling, lanesInUse);
+    findRescans(detection, count, writeIndex, lookahead, lead, ceiling);
     Hold hold(*this, detection, lookahead);
     for (int n = 0; n < count; ++n)
         _mm_store_ps(held[n], hold.next(n));
@@ -66,7 +55,7 @@ void CSlidingMaximum::process(const LaneFrame* detection, LaneFrame* held, int c
 }
 
 void CSlidingMaximum::findRescans(const LaneFrame* detection, int count, int writeIndex, int lookahead, int lead,
-                                  float ceiling, int lanesInUse)
+                                  float ceiling)
 {
     const int window = lookahead + 1;
     // Entry m is buffer position writeIndex + 1 + m as it enters the window,
@@ -81,36 +70,20 @@ void CSlidingMaximum::findRescans(const LaneFrame* detection, int count, int wri
     const int known = std::min(lookahead + lead, entries);
     for (int m = 0; m < known; ++m)
         enter(m, _mm_load_ps(values[(writeIndex + 1 + m) & mask]));
+    // The block's own values two frames per register.
     int m = known;
-    if (lanesInUse <= 2)
+    for (; m + 1 < entries; m += 2)
     {
-        // Two frames per register.
-        for (; m + 1 < entries; m += 2)
-        {
-            const __m128 v = ChannelLanes::loadPair(detection[m - known], detection[m + 1 - known]);
-            ChannelLanes::storePair(entering[m], entering[m + 1], select(_mm_cmpord_ps(v, v), v, nothing));
-        }
+        const __m128 v = ChannelLanes::loadPair(detection[m - known], detection[m + 1 - known]);
+        ChannelLanes::storePair(entering[m], entering[m + 1], select(_mm_cmpord_ps(v, v), v, nothing));
     }
-    for (; m < entries; ++m)
+    if (m < entries)
         enter(m, _mm_load_ps(detection[m - known]));
     const int firstWritten = (writeIndex + window + lead) & mask;
     const int beforeWrap = std::min(count, length - firstWritten);
     std::memcpy(values[firstWritten], detection, sizeof(LaneFrame) * size_t(beforeWrap));
     std::memcpy(values[0], detection + beforeWrap, sizeof(LaneFrame) * size_t(count - beforeWrap));
 
-    if (lanesInUse <= 2)
-        findLargest<TwoEntries>(count, lookahead, ceiling);
-    else
-        findLargest<OneEntry>(count, lookahead, ceiling);
-}
-
-template <class Registers>
-void CSlidingMaximum::findLargest(int count, int lookahead, float ceiling)
-{
-    using R = Registers;
-    const int window = lookahead + 1;
-    const int entries = lookahead + count;
-    const __m128 nothing = _mm_set1_ps(-std::numeric_limits<float>::infinity());
     const __m128i one = _mm_set1_epi32(1);
     // The arrays below are kept by the window's newest entry: sample n's
     // window is entries n .. n + lookahead, and its results go to index
@@ -121,20 +94,20 @@ void CSlidingMaximum::findLargest(int count, int lookahead, float ceiling)
     // value replaces it only when larger (max(v, best) keeps best on a tie).
     // Segments go in twos (a, b); an odd last one is paired with itself.
     const int endSegments = (count - 1) / window + 1;
-    for (int k = 0; k < endSegments; k += R::entries)
+    for (int k = 0; k < endSegments; k += 2)
     {
         const int a = k * window;
         const int b = std::min(k + 1, endSegments - 1) * window;
         __m128 best = nothing;
         __m128i bestAt = _mm_setzero_si128();
-        __m128i at = R::index(a + lookahead, b + lookahead);
+        __m128i at = indexPair(a + lookahead, b + lookahead);
         for (int j = lookahead; j >= 0; --j, at = _mm_sub_epi32(at, one))
         {
-            const __m128 v = R::load(entering[a + j], entering[b + j]);
+            const __m128 v = ChannelLanes::loadPair(entering[a + j], entering[b + j]);
             bestAt = selectInt(_mm_cmpgt_ps(v, best), at, bestAt);
             best = _mm_max_ps(v, best);
-            R::store(segmentEndMax[a + j + lookahead], segmentEndMax[b + j + lookahead], best);
-            R::storeInt(segmentEndAt[a + j + lookahead], segmentEndAt[b + j + lookahead], bestAt);
+            ChannelLanes::storePair(segmentEndMax[a + j + lookahead], segmentEndMax[b + j + lookahead], best);
+            storeIndices(segmentEndAt[a + j + lookahead], segmentEndAt[b + j + lookahead], bestAt);
         }
     }
 
@@ -148,21 +121,21 @@ void CSlidingMaximum::findLargest(int count, int lookahead, float ceiling)
     // are scanned for the running maximum only; what they store is not read.
     const __m128 ceil = _mm_set1_ps(ceiling);
     const int startSegments = (entries - 1) / window + 1;
-    for (int k = 0; k < startSegments; k += R::entries)
+    for (int k = 0; k < startSegments; k += 2)
     {
         const int a = k * window;
         const int b = std::min(k + 1, startSegments - 1) * window;
         __m128 start = nothing;
         __m128i startAt = _mm_setzero_si128();
-        __m128i at = R::index(a, b);
+        __m128i at = indexPair(a, b);
         for (int j = 0; j < window; ++j, at = _mm_add_epi32(at, one))
         {
-            const __m128 v = R::load(entering[a + j], entering[b + j]);
+            const __m128 v = ChannelLanes::loadPair(entering[a + j], entering[b + j]);
             startAt = selectInt(_mm_cmpge_ps(v, start), at, startAt);
             start = _mm_max_ps(start, v);
 
-            const __m128 end = R::load(segmentEndMax[a + j], segmentEndMax[b + j]);
-            const __m128i endAt = R::loadInt(segmentEndAt[a + j], segmentEndAt[b + j]);
+            const __m128 end = ChannelLanes::loadPair(segmentEndMax[a + j], segmentEndMax[b + j]);
+            const __m128i endAt = loadIndices(segmentEndAt[a + j], segmentEndAt[b + j]);
             const __m128i largestAt = selectInt(_mm_cmpge_ps(start, end), startAt, endAt);
             const __m128 largest = _mm_max_ps(end, start);
             // (A select rather than a maximum: a NaN ceiling is what the
@@ -171,8 +144,8 @@ void CSlidingMaximum::findLargest(int count, int lookahead, float ceiling)
             // The hold lasts until the sample at which the largest value's
             // entry is the oldest, which is the entry's index; a full hold
             // until the sample at which today's newest entry is.
-            R::store(segmentEndMax[a + j], segmentEndMax[b + j], select(found, largest, ceil));
-            R::storeInt(segmentEndAt[a + j], segmentEndAt[b + j], selectInt(found, largestAt, at));
+            ChannelLanes::storePair(segmentEndMax[a + j], segmentEndMax[b + j], select(found, largest, ceil));
+            storeIndices(segmentEndAt[a + j], segmentEndAt[b + j], selectInt(found, largestAt, at));
         }
     }
 }

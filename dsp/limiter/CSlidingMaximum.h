@@ -2,9 +2,10 @@
 
 #include "blocks/ChannelLanes.h"
 
-// The limiter's sliding maximum for up to four channels side by side, one
-// per SSE2 lane: a circular buffer of detection values per channel and the
-// held maximum over the last lookahead+1 of them.
+// The limiter's sliding maximum for a pair of channels, lanes 0-1 of each
+// frame (lanes 2-3 carry nothing and may be left with any value): a
+// circular buffer of detection values per channel and the held maximum over
+// the last lookahead+1 of them.
 //
 // The hold rule, per channel: a value at or above the held maximum takes
 // over the hold for `lookahead` samples; when the hold runs out, the window
@@ -24,16 +25,15 @@
 // next. The latest largest value of a segment's end is found scanning
 // backwards, of its start scanning forwards, and the later of the two wins
 // a tie; only the hold rule itself runs sample by sample. Comparisons only:
-// the held maxima are the bits of the rescan.
-//
-// While at most two lanes are in use, the passes that allow it take two
-// segments, or two samples, per register.
+// the held maxima are the bits of the rescan. The scans take two segments
+// per register, the other passes two frames where they can.
 class CSlidingMaximum
 {
 public:
     static constexpr int length = 512;
     static constexpr int mask = length - 1;
     static constexpr int lanes = ChannelLanes::width;
+    static constexpr int channels = 2;
     // The most samples one call to process() takes.
     static constexpr int maxBlock = 512;
     using LaneFrame = float[lanes];
@@ -43,19 +43,17 @@ public:
     // Zeroes the buffers and the holds of all lanes.
     void clear();
 
-    // One block: detection[i] holds the lanes' detection values of sample i,
-    // held[i] receives their held maxima (it may be the same array). The
+    // One block: detection[i] holds the channels' detection values of sample
+    // i, held[i] receives their held maxima (it may be the same array). The
     // block's first sample has the write index writeIndex; count is at most
-    // maxBlock, lookahead + 1 + lead below the buffer length. Lanes from
-    // lanesInUse on may be left with any value.
+    // maxBlock, lookahead + 1 + lead below the buffer length.
     void process(const LaneFrame* detection, LaneFrame* held, int count, int writeIndex, int lookahead, int lead,
-                 float ceiling, int lanesInUse = lanes);
+                 float ceiling);
 
     // The same in two parts, for a caller that takes the held maxima sample
     // by sample inside work of its own: first what a rescan of each
     // sample's window would find, then the hold rule through a Hold.
-    void findRescans(const LaneFrame* detection, int count, int writeIndex, int lookahead, int lead, float ceiling,
-                     int lanesInUse = lanes);
+    void findRescans(const LaneFrame* detection, int count, int writeIndex, int lookahead, int lead, float ceiling);
 
     // The hold rule over the block findRescans() prepared, sample by
     // sample, with its state in registers; finish() stores it back. The
@@ -120,9 +118,6 @@ public:
     int getHoldCount(int lane) const { return holdCount[lane]; }
 
 private:
-    template <class Registers>
-    void findLargest(int count, int lookahead, float ceiling);
-
     // Entries of the work arrays: the block's window contents, and room for
     // a last segment scanned past them.
     static constexpr int workLength = 2 * length + maxBlock;
