@@ -34,19 +34,13 @@ VstIntPtr recordingHost(AEffect*, VstInt32 opcode, VstInt32 index, VstIntPtr val
 class TestEffect : public AudioEffectX
 {
 public:
-    explicit TestEffect(bool* deleted = nullptr) : AudioEffectX(recordingHost, 3, 2), deleted(deleted)
+    explicit TestEffect(bool* deleted) : AudioEffectX(recordingHost, 3, 2), deleted(deleted)
     {
         canProcessReplacing(true);
         setNumInputs(2);
         setNumOutputs(2);
     }
-    ~TestEffect() override
-    {
-        if (deleted)
-        {
-            *deleted = true;
-        }
-    }
+    ~TestEffect() override { *deleted = true; }
 
     void processReplacing(float** inputs, float** outputs, VstInt32 frames) override
     {
@@ -61,25 +55,12 @@ public:
         lastValue = value;
     }
     float getParameter(VstInt32 index) override { return 0.25f * static_cast<float>(index); }
-    void getParameterName(VstInt32 index, char* text) override
-    {
-        calls.push_back("name " + std::to_string(index));
-        vst_strncpy(text, "Gain", kVstMaxParamStrLen);
-    }
-    void getParameterDisplay(VstInt32 index, char* text) override
-    {
-        calls.push_back("display " + std::to_string(index));
-        vst_strncpy(text, "1.0", kVstMaxParamStrLen);
-    }
-    void getParameterLabel(VstInt32 index, char* text) override
-    {
-        calls.push_back("label " + std::to_string(index));
-        vst_strncpy(text, "dB", kVstMaxParamStrLen);
-    }
+    void getParameterName(VstInt32 index, char* text) override { answer("name", index, text, "Gain"); }
+    void getParameterDisplay(VstInt32 index, char* text) override { answer("display", index, text, "1.0"); }
+    void getParameterLabel(VstInt32 index, char* text) override { answer("label", index, text, "dB"); }
     bool getProgramNameIndexed(VstInt32, VstInt32 index, char* text) override
     {
-        calls.push_back("programNameIndexed " + std::to_string(index));
-        vst_strncpy(text, "Prog", kVstMaxProgNameLen);
+        answer("programNameIndexed", index, text, "Prog");
         return true;
     }
     bool getEffectName(char* name) override
@@ -105,6 +86,12 @@ public:
     float lastValue = -1.0f;
 
 private:
+    void answer(const char* what, VstInt32 index, char* text, const char* value)
+    {
+        calls.push_back(what + (" " + std::to_string(index)));
+        vst_strncpy(text, value, kVstMaxParamStrLen);
+    }
+
     bool* deleted;
 };
 
@@ -179,7 +166,7 @@ TEST(VstText, CopyIsCutAndAlwaysTerminated)
     vst_strncpy(nullptr, "ignored", 8);
 }
 
-TEST_F(AudioEffectDispatcher, RecordDescribesTheEffect)
+TEST_F(AudioEffectDispatcher, RecordDescribesTheEffectAndFollowsAnnouncements)
 {
     EXPECT_EQ(record->magic, kEffectMagic);
     EXPECT_EQ(record->object, effect);
@@ -191,10 +178,7 @@ TEST_F(AudioEffectDispatcher, RecordDescribesTheEffect)
     EXPECT_FLOAT_EQ(record->ioRatio, 1.0f);
     EXPECT_EQ(dispatch(effGetVstVersion), 2400);
     EXPECT_EQ(effect->getMasterVersion(), kVstVersion);
-}
 
-TEST_F(AudioEffectDispatcher, FlagsFollowAnnouncements)
-{
     effect->canDoubleReplacing(true);
     effect->noTail(true);
     EXPECT_EQ(record->flags, effFlagsCanReplacing | effFlagsCanDoubleReplacing | effFlagsNoSoundInStop);
@@ -285,7 +269,7 @@ TEST_F(AudioEffectDispatcher, ProgramsOnlyWithinTheTable)
     EXPECT_EQ(text(effGetProgramName).second, "");
 }
 
-TEST_F(AudioEffectDispatcher, IdentityTextsNeedABuffer)
+TEST_F(AudioEffectDispatcher, IdentityTextsNeedABufferCanDoGetsTheHostsText)
 {
     EXPECT_EQ(dispatch(effGetEffectName, 0, 0, nullptr), 0);
     EXPECT_EQ(text(effGetEffectName), std::make_pair(VstIntPtr{1}, std::string("Tester")));
@@ -293,16 +277,13 @@ TEST_F(AudioEffectDispatcher, IdentityTextsNeedABuffer)
     EXPECT_EQ(text(effGetVendorString), std::make_pair(VstIntPtr{0}, std::string()));
     EXPECT_EQ(dispatch(effGetProductString, 0, 0, nullptr), 0);
     EXPECT_EQ(dispatch(effGetVendorVersion), 0);
-}
-
-TEST_F(AudioEffectDispatcher, CanDoPassesTheHostsTextAsItCame)
-{
+    // The host's text is passed on as it came.
     char text[] = "2in2out";
     EXPECT_EQ(dispatch(effCanDo, 0, 0, text), 1);
     EXPECT_EQ(dispatch(effCanDo, 0, 0, nullptr), -1);
 }
 
-TEST_F(AudioEffectDispatcher, SampleRateAndBlockSizeRejectNonsense)
+TEST_F(AudioEffectDispatcher, SampleRateAndBlockSizeRejectNonsenseMainsSuspendAndResume)
 {
     dispatch(effSetSampleRate, 0, 0, nullptr, 48000.0f);
     EXPECT_FLOAT_EQ(effect->getSampleRate(), 48000.0f);
@@ -318,27 +299,20 @@ TEST_F(AudioEffectDispatcher, SampleRateAndBlockSizeRejectNonsense)
         dispatch(effSetBlockSize, 0, size);
         EXPECT_EQ(effect->getBlockSize(), 512) << size;
     }
-    EXPECT_EQ(effect->calls, (std::vector<std::string>{"setSampleRate", "setBlockSize"}));
-}
-
-TEST_F(AudioEffectDispatcher, MainsChangedSuspendsAndResumes)
-{
     dispatch(effMainsChanged, 0, 0);
     dispatch(effMainsChanged, 0, 1);
     dispatch(effMainsChanged, 0, 0);
-    EXPECT_EQ(effect->calls, (std::vector<std::string>{"suspend", "resume", "suspend"}));
+    EXPECT_EQ(effect->calls,
+              (std::vector<std::string>{"setSampleRate", "setBlockSize", "suspend", "resume", "suspend"}));
 }
 
 TEST_F(AudioEffectDispatcher, UnknownAndUnsupportedOpcodesAnswerZero)
 {
     char buffer[256] = {};
-    for (VstInt32 opcode : {-1, 80, 9999, static_cast<VstInt32>(effGetVu), static_cast<VstInt32>(effGetChunk),
-                            static_cast<VstInt32>(effSetChunk), static_cast<VstInt32>(effProcessEvents),
-                            static_cast<VstInt32>(effString2Parameter), static_cast<VstInt32>(effSetBypass),
-                            static_cast<VstInt32>(effGetParameterProperties),
-                            static_cast<VstInt32>(effShellGetNextPlugin), static_cast<VstInt32>(effGetTailSize),
-                            static_cast<VstInt32>(effSetSpeakerArrangement),
-                            static_cast<VstInt32>(effGetNumMidiInputChannels)})
+    const VstInt32 opcodes[] = {-1, 80, 9999, effGetVu, effGetChunk, effSetChunk, effProcessEvents,
+                                effString2Parameter, effSetBypass, effGetParameterProperties, effShellGetNextPlugin,
+                                effGetTailSize, effSetSpeakerArrangement, effGetNumMidiInputChannels};
+    for (VstInt32 opcode : opcodes)
     {
         EXPECT_EQ(dispatch(opcode, 0, 0, buffer), 0) << opcode;
         EXPECT_EQ(dispatch(opcode, -5, -5, nullptr), 0) << opcode;
@@ -350,12 +324,6 @@ TEST_F(AudioEffectDispatcher, UnknownAndUnsupportedOpcodesAnswerZero)
     EXPECT_EQ(dispatch(effSetTotalSampleToProcess, 0, 4096), 4096);
     EXPECT_EQ(dispatch(effIdentify), vstFourCharCode('N', 'v', 'E', 'f'));
     EXPECT_TRUE(effect->calls.empty());
-}
-
-TEST_F(AudioEffectDispatcher, CloseDeletesTheEffect)
-{
-    EXPECT_EQ(dispatch(effClose), 1);
-    EXPECT_TRUE(effectDeleted);
 }
 
 TEST_F(AudioEffectDispatcher, AutomationIsReportedToTheHost)
@@ -405,7 +373,7 @@ TEST_F(AudioEffectDispatcher, EditorOpcodesWithoutEditorAnswerZero)
     EXPECT_EQ(record->flags & effFlagsHasEditor, 0);
 }
 
-TEST_F(AudioEffectDispatcher, EditorOpcodesReachTheEditor)
+TEST_F(AudioEffectDispatcher, EditorOpcodesReachTheEditorCloseDeletesBoth)
 {
     bool editorDeleted = false;
     TestEditor* editor = new TestEditor(effect, &editorDeleted);
@@ -442,7 +410,7 @@ TEST_F(AudioEffectDispatcher, EditorOpcodesReachTheEditor)
     EXPECT_FALSE(editor->isOpen());
     EXPECT_EQ(editor->getFrame(), nullptr);
 
-    dispatch(effClose);
+    EXPECT_EQ(dispatch(effClose), 1);
     EXPECT_TRUE(effectDeleted);
     EXPECT_TRUE(editorDeleted);
 }

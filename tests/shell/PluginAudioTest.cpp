@@ -64,30 +64,27 @@ void noCalls(VstModule&)
 {
 }
 
-// A fresh instance, opened and resumed as hosts do, at no particular rate.
-class PluginAudio : public ::testing::Test
+// Opens and resumes as hosts do, with the given calls just before resuming.
+void start(VstModule& plugin, HostCalls beforeResume = noCalls)
 {
-protected:
-    static void start(VstModule& plugin)
-    {
-        plugin.open();
-        plugin.setBlockSize(blockSize);
-        plugin.resume();
-    }
+    plugin.open();
+    plugin.setBlockSize(blockSize);
+    beforeResume(plugin);
+    plugin.resume();
+}
 
-    // After a loud block, how much of it still comes out of a silent one, in
-    // a fresh instance given the calls before and between the two blocks.
-    static float tailAfter(HostCalls beforeBlocks, HostCalls betweenBlocks)
-    {
-        VstModule plugin(PALISORNE_MODULE_PATH);
-        start(plugin);
-        beforeBlocks(plugin);
-        render(plugin, loudSine(4096));
-        betweenBlocks(plugin);
-        const Stereo tail = render(plugin, std::vector<float>(2048, 0.0f));
-        return std::max(peak(tail.left, 0, 2048), peak(tail.right, 0, 2048));
-    }
-};
+// After a loud block, how much of it still comes out of a silent one, in
+// a fresh instance given the calls before and between the two blocks.
+float tailAfter(HostCalls beforeBlocks, HostCalls betweenBlocks)
+{
+    VstModule plugin(PALISORNE_MODULE_PATH);
+    start(plugin);
+    beforeBlocks(plugin);
+    render(plugin, loudSine(4096));
+    betweenBlocks(plugin);
+    const Stereo tail = render(plugin, std::vector<float>(2048, 0.0f));
+    return std::max(peak(tail.left, 0, 2048), peak(tail.right, 0, 2048));
+}
 
 // What is left of a block when the limiter's delay lines hold nothing but
 // the +-1e-8 anti-denormal noise it adds to silence.
@@ -96,7 +93,7 @@ constexpr float flushedLevel = 1e-6f;
 constexpr float tailLevel = 0.5f;
 }
 
-TEST_F(PluginAudio, ImpulseComesOutAfterTheReportedLatency)
+TEST(PluginAudio, ImpulseComesOutAfterTheReportedLatency)
 {
     VstModule plugin(PALISORNE_MODULE_PATH);
     start(plugin);
@@ -120,15 +117,14 @@ TEST_F(PluginAudio, ImpulseComesOutAfterTheReportedLatency)
     EXPECT_EQ(plugin.initialDelay(), latency);
 }
 
-TEST_F(PluginAudio, SuspendAndResumeFlushTheAudio)
+TEST(PluginAudio, SuspendAndResumeFlushTheAudio)
 {
     EXPECT_GT(tailAfter(noCalls, noCalls), tailLevel);
-    EXPECT_LT(tailAfter(noCalls, [](VstModule& p) { p.suspend(); p.resume(); }), flushedLevel);
     EXPECT_LT(tailAfter(noCalls, [](VstModule& p) { p.suspend(); }), flushedLevel);
     EXPECT_LT(tailAfter(noCalls, [](VstModule& p) { p.resume(); }), flushedLevel);
 }
 
-TEST_F(PluginAudio, SettingsSurviveSuspendAndResume)
+TEST(PluginAudio, SettingsSurviveSuspendAndResume)
 {
     VstModule plugin(PALISORNE_MODULE_PATH);
     start(plugin);
@@ -142,7 +138,7 @@ TEST_F(PluginAudio, SettingsSurviveSuspendAndResume)
     EXPECT_GT(peak(out.left, 0, 8192), 0.5f);
 }
 
-TEST_F(PluginAudio, OnlyANewRateFlushes)
+TEST(PluginAudio, OnlyANewRateFlushes)
 {
     const HostCalls at44100 = [](VstModule& p) { p.setSampleRate(44100.0f); };
     EXPECT_GT(tailAfter(at44100, at44100), tailLevel);
@@ -154,17 +150,13 @@ TEST_F(PluginAudio, OnlyANewRateFlushes)
 
 namespace
 {
-// The look-ahead in samples is observable as the distance between the first
-// gain-reduced output sample and a spike: the detector reads L samples ahead
-// of the output tap, so reduction starts exactly L samples early.
-//
-// A Nyquist square of +-0.25 (never near zero, so no anti-denormal noise)
-// runs through two instances, one with a single sample raised to 4.0. Until
-// the spike itself arrives both outputs carry the same delayed samples, so
-// their ratio is the gain g of the instance with the spike. With saturation
-// off and the ceiling at 0 dB the gain computer sees v = the high-passed
-// spike from the first detection on, and four one-pole sections with
-// coefficient exp(-10/L) smooth it: g = 1/s3 once s3 > 1.
+// The detector reads L samples ahead of the output tap, so gain reduction
+// starts exactly L samples before a spike. A Nyquist square of +-0.25 (never
+// near zero, so no anti-denormal noise) runs through two instances, one with
+// a sample raised to 4.0; until the spike arrives their output ratio is the
+// gain g of the spiked one. With saturation off and the ceiling at 0 dB the
+// gain computer sees v = the high-passed spike, smoothed by four one-pole
+// sections with coefficient exp(-10/L): g = 1/s3 once s3 > 1.
 void expectLookahead(HostCalls setRate, int samples, float clampedRate)
 {
     const std::size_t frames = 8192;
@@ -178,10 +170,7 @@ void expectLookahead(HostCalls setRate, int samples, float clampedRate)
     spiked[spikeAt] = 4.0f;
     const auto run = [setRate](const std::vector<float>& input) {
         VstModule plugin(PALISORNE_MODULE_PATH);
-        plugin.open();
-        plugin.setBlockSize(blockSize);
-        setRate(plugin);
-        plugin.resume();
+        start(plugin, setRate);
         plugin.setParameter(10, 0.0f); // no saturation
         plugin.setParameter(5, 1.0f);  // ceiling 0 dB
         return render(plugin, input);
@@ -218,18 +207,17 @@ void expectLookahead(HostCalls setRate, int samples, float clampedRate)
 }
 }
 
-TEST_F(PluginAudio, RateReachesTheLimiterClampedTo22050Through192000)
+TEST(PluginAudio, RateReachesTheLimiterClampedTo22050Through192000)
 {
     expectLookahead(noCalls, 44, 44100.0f);
     expectLookahead([](VstModule& p) { p.setSampleRate(48000.0f); }, 48, 48000.0f);
-    expectLookahead([](VstModule& p) { p.setSampleRate(22050.0f); }, 22, 22050.0f);
     expectLookahead([](VstModule& p) { p.setSampleRate(8000.0f); }, 22, 22050.0f);
     expectLookahead([](VstModule& p) { p.setSampleRate(384000.0f); }, 192, 192000.0f);
     // Set while suspended.
     expectLookahead([](VstModule& p) { p.suspend(); p.setSampleRate(96000.0f); }, 96, 96000.0f);
 }
 
-TEST_F(PluginAudio, CarelessCallsLeaveBuffersAlone)
+TEST(PluginAudio, CarelessCallsLeaveBuffersAlone)
 {
     VstModule plugin(PALISORNE_MODULE_PATH);
     start(plugin);
@@ -260,7 +248,7 @@ TEST_F(PluginAudio, CarelessCallsLeaveBuffersAlone)
     EXPECT_LT(peak(outLeft, 0, 64), 1e-6f);
 }
 
-TEST_F(PluginAudio, InPlaceProcessingMatchesSeparateBuffers)
+TEST(PluginAudio, InPlaceProcessingMatchesSeparateBuffers)
 {
     std::vector<float> signal(8192);
     for (std::size_t i = 0; i < signal.size(); ++i)

@@ -1,10 +1,8 @@
 // The data-driven framework on a small effect of its own (no limiter):
 // descriptor defaults, definitions, program handling and the host answers.
 #include "CVSTPlugin.h"
-#include "PluginTables.h"
 
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <string>
 #include <vector>
@@ -75,28 +73,10 @@ float normalised(float value, float minimum, float maximum)
 
 TEST(VSTConfigDefaults, IdentityAndCapabilities)
 {
+    // Vendor, version, category, flags and the listed capabilities are seen through the built module.
     CVSTConfig config(3, 2);
-    EXPECT_STREQ(config.vendor, "Virelmatt");
-    EXPECT_EQ(config.vendorVersion, 2610);
     EXPECT_EQ(config.uniqueID, 0x4B575650);
     EXPECT_STREQ(config.effectName, "VSTPlugin");
-    EXPECT_STREQ(config.product, "VSTPlugin");
-    EXPECT_EQ(config.numInputs, 2);
-    EXPECT_EQ(config.numOutputs, 2);
-    EXPECT_TRUE(config.canReplacing);
-    EXPECT_FALSE(config.canDoubleReplacing);
-    EXPECT_EQ(config.tailSize, 0);
-    EXPECT_EQ(config.initialDelay, 0);
-    EXPECT_EQ(config.plugCategory, kPlugCategEffect);
-
-    for (const char* yes : confirmedCapabilities)
-    {
-        EXPECT_EQ(config.canDo(yes), 1) << yes;
-    }
-    for (const char* no : deniedCapabilities)
-    {
-        EXPECT_EQ(config.canDo(no), -1) << no;
-    }
     for (const char* unknown : {"", "2in2ou", "2in2outs", "BYPASS", "sendVstTimeInfo"})
     {
         EXPECT_EQ(config.canDo(unknown), -1) << unknown;
@@ -109,10 +89,9 @@ TEST(VSTConfigDefaults, IdentityAndCapabilities)
 TEST(VSTConfigDefaults, GeneratedProgramsAndParameters)
 {
     CVSTConfig config(programCount, parameterCount);
-    EXPECT_STREQ(config.programs[0].name, "Program 00");
+    // Two digits either side of ten.
     EXPECT_STREQ(config.programs[9].name, "Program 09");
     EXPECT_STREQ(config.programs[10].name, "Program 10");
-    EXPECT_STREQ(config.programs[11].name, "Program 11");
     for (int j = 0; j < parameterCount; ++j)
     {
         const CVSTConfig::Parameter& parameter = config.parameters[j];
@@ -129,7 +108,7 @@ TEST(VSTConfigDefaults, GeneratedProgramsAndParameters)
     }
 }
 
-TEST(VSTConfigDefinitions, ParameterTextsAreCutAndDefaultReachesEveryProgram)
+TEST(VSTConfigDefinitions, TextsAreCutDefaultsReachEveryProgramProgramsAreNormalised)
 {
     CVSTConfig config(3, 2);
     config.defineParameter(1, "Threshold", "decibels", -60.0f, 0.0f, -20.0f, "%+12.4f");
@@ -148,6 +127,16 @@ TEST(VSTConfigDefinitions, ParameterTextsAreCutAndDefaultReachesEveryProgram)
     EXPECT_EQ(config.toPlain(1, 1.0f), 0.0f);
     EXPECT_EQ(config.toPlain(-1, 1.0f), 0.0f);
     EXPECT_EQ(config.toPlain(2, 1.0f), 0.0f);
+
+    config.defineParameter(0, "Gain", "dB", -20.0f, 20.0f, 0.0f, "%+2.1f");
+    const float values[2] = {6.0f, -2.0f};
+    config.defineProgram(2, "A name longer than twenty-four chars", values);
+    EXPECT_STREQ(config.programs[2].name, "A name longer than twent");
+    EXPECT_EQ(config.programs[2].values[0].load(), normalised(6.0f, -20.0f, 20.0f));
+    EXPECT_EQ(config.programs[2].values[1].load(), normalised(-2.0f, -60.0f, 0.0f));
+    // The untouched programs keep the defaults.
+    EXPECT_EQ(config.programs[1].values[0].load(), 0.5f);
+    EXPECT_EQ(config.programs[1].values[1].load(), expected);
 }
 
 TEST(VSTConfigDefinitions, OutOfRangeDefinitionsAreIgnored)
@@ -166,21 +155,6 @@ TEST(VSTConfigDefinitions, OutOfRangeDefinitionsAreIgnored)
         EXPECT_EQ(config.programs[i].values[0].load(), 0.5f);
         EXPECT_EQ(config.programs[i].values[1].load(), 0.5f);
     }
-}
-
-TEST(VSTConfigDefinitions, ProgramValuesAreNormalisedWithTheirRanges)
-{
-    CVSTConfig config(2, 2);
-    config.defineParameter(0, "Gain", "dB", -20.0f, 20.0f, 0.0f, "%+2.1f");
-    config.defineParameter(1, "Ceiling", "dB", -10.0f, 0.0f, -0.1f, "%2.1f");
-    const float values[2] = {6.0f, -2.0f};
-    config.defineProgram(1, "A name longer than twenty-four chars", values);
-    EXPECT_STREQ(config.programs[1].name, "A name longer than twent");
-    EXPECT_EQ(config.programs[1].values[0].load(), normalised(6.0f, -20.0f, 20.0f));
-    EXPECT_EQ(config.programs[1].values[1].load(), normalised(-2.0f, -10.0f, 0.0f));
-    // The untouched program keeps the defaults.
-    EXPECT_EQ(config.programs[0].values[0].load(), 0.5f);
-    EXPECT_EQ(config.programs[0].values[1].load(), normalised(-0.1f, -10.0f, 0.0f));
 }
 
 TEST(VSTConfigDefinitions, EmptyRangeDoesNotDivideByZero)
@@ -227,7 +201,7 @@ TEST(VSTPluginInitialise, TailSizeOneAnnouncesNoTail)
     EXPECT_EQ(ringing.getAeffect()->flags, effFlagsCanReplacing);
 }
 
-TEST(VSTPluginParameters, ValuesLiveInTheCurrentProgram)
+TEST(VSTPluginParameters, ValuesLiveInTheCurrentProgramAutomationStoresThem)
 {
     TestPlugin plugin;
     plugin.setParameter(2, 0.75f);
@@ -242,6 +216,11 @@ TEST(VSTPluginParameters, ValuesLiveInTheCurrentProgram)
     EXPECT_EQ(plugin.getParameter(1), 1.5f);
     plugin.setParameter(1, -0.5f);
     EXPECT_EQ(plugin.getParameter(1), -0.5f);
+    // Automation stores through the most derived setter.
+    plugin.calls.clear();
+    plugin.setParameterAutomated(2, 0.125f);
+    EXPECT_EQ(plugin.calls, std::vector<std::string>{call(2, 0.125f)});
+    EXPECT_EQ(plugin.getParameter(2), 0.125f);
 }
 
 TEST(VSTPluginParameters, BadIndicesAndNonFiniteValuesStoreNothing)
@@ -260,12 +239,12 @@ TEST(VSTPluginParameters, BadIndicesAndNonFiniteValuesStoreNothing)
     EXPECT_EQ(plugin.getParameter(parameterCount), 0.0f);
     EXPECT_EQ(plugin.getPlainValue(-1), 0.0f);
     EXPECT_EQ(plugin.getPlainValue(parameterCount), 0.0f);
-    for (int j = 0; j < parameterCount; ++j)
+    for (int i = 1; i < programCount; ++i)
     {
-        for (int i = 1; i < programCount; ++i)
+        plugin.setProgram(i);
+        for (int j = 0; j < parameterCount; ++j)
         {
-            plugin.setProgram(i);
-            EXPECT_NE(plugin.getParameter(j), 0.3f);
+            EXPECT_NE(plugin.getParameter(j), 0.3f) << "program " << i << ", parameter " << j;
         }
     }
 }
@@ -295,20 +274,13 @@ TEST(VSTPluginPrograms, NamesAreCutAndKeptPerProgram)
 {
     TestPlugin plugin;
     char name[64];
-    plugin.getProgramName(name);
-    EXPECT_STREQ(name, "A name longer than twent");
-
     char renamed[] = "Twenty-five characters!!!";
     plugin.setProgram(11);
     plugin.setProgramName(renamed);
-    plugin.getProgramName(name);
-    EXPECT_STREQ(name, "Twenty-five characters!!");
     plugin.setProgramName(nullptr);
     plugin.getProgramName(name);
     EXPECT_STREQ(name, "Twenty-five characters!!");
 
-    EXPECT_TRUE(plugin.getProgramNameIndexed(0, 11, name));
-    EXPECT_STREQ(name, "Twenty-five characters!!");
     EXPECT_TRUE(plugin.getProgramNameIndexed(0, 0, name));
     EXPECT_STREQ(name, "A name longer than twent");
     EXPECT_TRUE(plugin.getProgramNameIndexed(0, 10, name));
@@ -324,8 +296,6 @@ TEST(VSTPluginTexts, DisplayIsTheValueInUnitsCutToEightPlaces)
     const auto display = &CVSTPlugin::getParameterDisplay;
     const auto withLabel = &CVSTPlugin::getParameterText;
     EXPECT_EQ(text(plugin, display, 0), "-6.0");
-    plugin.setParameter(0, 1.0f);
-    EXPECT_EQ(text(plugin, display, 0), "+0.0");
     plugin.setParameter(0, 0.0f);
     EXPECT_EQ(text(plugin, display, 0), "-60.0");
     // 12345.678 in float is 12345.677734..., printed "12345.6777", cut after 8.
@@ -361,18 +331,4 @@ TEST(VSTPluginTexts, IdentityFromTheRecord)
     EXPECT_FALSE(plugin.getEffectName(nullptr));
     EXPECT_FALSE(plugin.getVendorString(nullptr));
     EXPECT_FALSE(plugin.getProductString(nullptr));
-    EXPECT_EQ(plugin.getVendorVersion(), 2610);
-    EXPECT_EQ(plugin.getPlugCategory(), kPlugCategEffect);
-    char capability[] = "1in2out";
-    EXPECT_EQ(plugin.canDo(capability), 1);
-    EXPECT_EQ(plugin.canDo(nullptr), -1);
-}
-
-TEST(VSTPluginTexts, AutomationStoresAndReachesTheMostDerivedSetter)
-{
-    TestPlugin plugin;
-    plugin.calls.clear();
-    plugin.setParameterAutomated(2, 0.125f);
-    EXPECT_EQ(plugin.calls, std::vector<std::string>{call(2, 0.125f)});
-    EXPECT_EQ(plugin.getParameter(2), 0.125f);
 }
