@@ -12,8 +12,8 @@ namespace
 constexpr int frameSize = 1024;
 constexpr int hopSize = 512;
 
-// Passes every frameSize through copyFrame (the base behaviour) and counts the
-// frameSize callbacks and coefficient updates.
+// Passes every frame through copyFrame (the base behaviour) and counts the
+// frame callbacks and coefficient updates.
 class CountingProcessor : public CFFTProcessor
 {
 public:
@@ -28,7 +28,7 @@ public:
     int updates = 0;
 };
 
-// Runs every frameSize through the forward and inverse transform instead.
+// Runs every frame through the forward and inverse transform instead.
 class TransformingProcessor : public CFFTProcessor
 {
 public:
@@ -81,8 +81,8 @@ TEST(CFFTProcessorFraming, CopyFrameReproducesInputDelayedByFrameLength)
     // rounding of a few products per sample.
     for (size_t i = frameSize; i < x.size(); ++i)
         ASSERT_NEAR(y[i], x[i - frameSize], 2e-6) << i;
-    // The first frameSize length is the framework's latency: only zeros and the
-    // fade-in of the first half frameSize.
+    // The first frame is the framework's latency: only zeros and the fade-in
+    // of the first half frame.
     for (size_t i = 0; i < hopSize; ++i)
         ASSERT_EQ(y[i], 0.0f);
 }
@@ -114,10 +114,6 @@ TEST(CFFTProcessorFraming, FrameCallbackCountsHopsAcrossCalls)
         fed += block;
         ASSERT_EQ(p.frames, fed / hopSize) << "after " << fed << " samples";
     }
-    // A block of 100 runs the callback at most once.
-    const int before = p.frames;
-    runMono(p, std::vector<float>(100, 0.0f), 100);
-    EXPECT_LE(p.frames - before, 1);
 }
 
 TEST(CFFTProcessorFraming, InPlaceEqualsSeparateBuffers)
@@ -160,7 +156,7 @@ TEST(CFFTProcessorWindows, PowerComplementaryAtHalfOverlap)
         const float* a = p.getAnalysisWindow();
         const float* s = p.getSynthesisWindow();
         // The round trip gain n/2 is folded into the windows: two frames half
-        // a frameSize apart must add up to exactly one in power.
+        // a frame apart must add up to exactly one in power.
         for (int j = 0; j < hopSize; ++j)
         {
             const double sum = double(a[j]) * s[j] * frameSize * 0.5 + double(a[j + hopSize]) * s[j + hopSize] * frameSize * 0.5;
@@ -177,7 +173,7 @@ TEST(CFFTProcessorWindows, SineOfSineSquaredShape)
     EXPECT_NEAR(a[frameSize / 2], std::sqrt(2.0) / frameSize, 1e-6 / frameSize);
     // Symmetric about the centre (t = j + 0.5).
     for (int j = 0; j < frameSize / 2; ++j)
-        ASSERT_NEAR(a[j], a[frameSize - 1 - j], 1e-7 / frameSize * 10) << j;
+        ASSERT_NEAR(a[j], a[frameSize - 1 - j], 1e-6 / frameSize) << j;
 }
 
 TEST(CFFTProcessorWindows, BlackmanHarrisAndUnknownType)
