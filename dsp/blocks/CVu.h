@@ -102,6 +102,8 @@ public:
         // two samples per register when at most two lanes are in use.
         void addBlock(const float (*x)[ChannelLanes::width], int samples)
         {
+            // (Inverted mode also needs the reading at or above floorLevel,
+            // as it always is unless the upper limit lies below it.)
             const int inUse = (1 << count) - 1;
             const bool floored = !inverted || (_mm_movemask_ps(_mm_cmpge_ps(value, floor)) & inUse) == inUse;
             int i = 0;
@@ -135,55 +137,45 @@ public:
         template <int perRegister>
         void takeExtremes(const float (*x)[ChannelLanes::width], int samples)
         {
-            const auto load = [x](int i, int last) {
-                if constexpr (perRegister == 2)
-                    return ChannelLanes::loadPair(x[i], x[last]);
-                else
-                    return _mm_load_ps(x[i]);
-            };
-            const __m128 from = value;
-            const __m128 fromInEveryLane = perRegister == 2 ? _mm_movelh_ps(value, value) : value;
-            __m128 extreme[2] = {fromInEveryLane, fromInEveryLane};
+            const __m128 from = perRegister == 2 ? _mm_movelh_ps(value, value) : value;
+            __m128 extreme[2] = {from, from};
             __m128 beyond = _mm_setzero_ps();
-            const int whole = samples - samples % perRegister;
-            const bool odd = whole < samples;
-            if (!inverted)
-            {
-                int i = 0;
-                for (; i + perRegister < whole; i += 2 * perRegister)
-                    for (int k = 0; k < 2; ++k)
-                        extreme[k] = _mm_max_ps(ChannelLanes::magnitude(load(i + k * perRegister, i + k * perRegister + 1)), extreme[k]);
-                for (; i < whole; i += perRegister)
-                    extreme[0] = _mm_max_ps(ChannelLanes::magnitude(load(i, i + 1)), extreme[0]);
-                if (odd)
-                    extreme[1] = _mm_max_ps(ChannelLanes::magnitude(load(whole, whole)), extreme[1]);
-                value = _mm_max_ps(extreme[1], extreme[0]);
-                if (perRegister == 2)
-                    value = _mm_max_ps(_mm_movehl_ps(value, value), value);
-                beyond = _mm_cmpgt_ps(value, from);
-            }
-            else
-            {
-                const auto take = [&](__m128 samplesInLanes, int k) {
-                    const __m128 level = ChannelLanes::magnitude(samplesInLanes);
-                    beyond = _mm_or_ps(beyond, _mm_cmpnge_ps(level, fromInEveryLane));
-                    extreme[k] = _mm_min_ps(_mm_max_ps(level, floor), extreme[k]);
-                };
-                int i = 0;
-                for (; i + perRegister < whole; i += 2 * perRegister)
-                    for (int k = 0; k < 2; ++k)
-                        take(load(i + k * perRegister, i + k * perRegister + 1), k);
-                for (; i < whole; i += perRegister)
-                    take(load(i, i + 1), 0);
-                if (odd)
-                    take(load(whole, whole), 1);
-                value = _mm_min_ps(extreme[1], extreme[0]);
-                if (perRegister == 2)
+            const auto take = [&](int i, int last, int k) {
+                __m128 level;
+                if constexpr (perRegister == 2)
+                    level = ChannelLanes::magnitude(ChannelLanes::loadPair(x[i], x[last]));
+                else
+                    level = ChannelLanes::magnitude(_mm_load_ps(x[i]));
+                if (!inverted)
                 {
-                    value = _mm_min_ps(_mm_movehl_ps(value, value), value);
-                    beyond = _mm_or_ps(_mm_movehl_ps(beyond, beyond), beyond);
+                    extreme[k] = _mm_max_ps(level, extreme[k]);
+                    return;
                 }
+                beyond = _mm_or_ps(beyond, _mm_cmpnge_ps(level, from));
+                extreme[k] = _mm_min_ps(_mm_max_ps(level, floor), extreme[k]);
+            };
+            const int whole = samples - samples % perRegister;
+            int i = 0;
+            for (; i + perRegister < whole; i += 2 * perRegister)
+                for (int k = 0; k < 2; ++k)
+                    take(i + k * perRegister, i + k * perRegister + 1, k);
+            for (; i < whole; i += perRegister)
+                take(i, i + 1, 0);
+            if (whole < samples)
+                take(whole, whole, 1);
+
+            // Both accumulators, and with two samples per register both
+            // halves, into lanes 0-1.
+            const auto fold = [this](__m128 a, __m128 b) { return inverted ? _mm_min_ps(a, b) : _mm_max_ps(a, b); };
+            const __m128 reading = value;
+            value = fold(extreme[1], extreme[0]);
+            if (perRegister == 2)
+            {
+                value = fold(_mm_movehl_ps(value, value), value);
+                beyond = _mm_or_ps(_mm_movehl_ps(beyond, beyond), beyond);
             }
+            if (!inverted)
+                beyond = _mm_cmpgt_ps(value, reading);
             heldNewExtreme = _mm_or_ps(heldNewExtreme, beyond);
         }
 
