@@ -10,6 +10,7 @@
 #include "CVUMeter.h"
 
 #include <cstring>
+#include <tuple>
 
 namespace
 {
@@ -27,21 +28,19 @@ const StripSize strips[] = {
     {"switch.png", 20, 40, 2},     {"info.png", 18, 36, 2},
 };
 
-CRect areaOf(const CControl* control)
+std::tuple<int, int, int, int> edges(const CRect& rect)
 {
-    const DGL_NAMESPACE::Rectangle<int> area = control->getAbsoluteArea();
-    return {area.getX(), area.getY(), area.getX() + area.getWidth(), area.getY() + area.getHeight()};
+    return {rect.left, rect.top, rect.right, rect.bottom};
 }
 
 void expectRect(const CControl* control, const CRect& expected, const char* what)
 {
     ASSERT_NE(control, nullptr) << what;
-    const CRect actual = areaOf(control);
-    EXPECT_EQ(actual.left, expected.left) << what;
-    EXPECT_EQ(actual.top, expected.top) << what;
-    EXPECT_EQ(actual.right, expected.right) << what;
-    EXPECT_EQ(actual.bottom, expected.bottom) << what;
-    EXPECT_TRUE(control->getViewSize() == expected) << what;
+    const DGL_NAMESPACE::Rectangle<int> area = control->getAbsoluteArea();
+    EXPECT_EQ(std::make_tuple(area.getX(), area.getY(), area.getX() + area.getWidth(), area.getY() + area.getHeight()),
+              edges(expected))
+        << what;
+    EXPECT_EQ(edges(control->getViewSize()), edges(expected)) << what;
 }
 }
 
@@ -77,10 +76,7 @@ TEST_F(EditorTest, HostSeesAnEditorOf506By427BeforeOpening)
     ERect* rect = nullptr;
     ASSERT_EQ(effect->dispatch(effEditGetRect, 0, 0, &rect), 1);
     ASSERT_NE(rect, nullptr);
-    EXPECT_EQ(rect->top, 0);
-    EXPECT_EQ(rect->left, 0);
-    EXPECT_EQ(rect->bottom, 427);
-    EXPECT_EQ(rect->right, 506);
+    EXPECT_EQ(std::make_tuple(rect->left, rect->top, rect->right, rect->bottom), std::make_tuple(0, 0, 506, 427));
     EXPECT_EQ(editor().getCFrame(), nullptr);
     EXPECT_FALSE(editor().isOpen());
 }

@@ -14,24 +14,17 @@
 TEST(AudioFileFormat, ContainerFollowsTheOutputExtensionAndSamplesTheInput)
 {
     const int wav24 = SF_FORMAT_WAV | SF_FORMAT_PCM_24;
+    const int wavex16 = SF_FORMAT_WAVEX | SF_FORMAT_PCM_16;
+    const int wavFloat = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
     EXPECT_EQ(AudioFileFormat::forOutput("out.flac", wav24, "", 2, 48000), SF_FORMAT_FLAC | SF_FORMAT_PCM_24);
     EXPECT_EQ(AudioFileFormat::forOutput("out.AIFF", wav24, "", 2, 48000), SF_FORMAT_AIFF | SF_FORMAT_PCM_24);
     EXPECT_EQ(AudioFileFormat::forOutput("dir.v2/out", wav24, "", 2, 48000), wav24);
     EXPECT_EQ(AudioFileFormat::forOutput("out.wav", wav24, "16", 2, 48000), SF_FORMAT_WAV | SF_FORMAT_PCM_16);
-    EXPECT_EQ(AudioFileFormat::forOutput("out.wav", wav24, "32f", 1, 44100), SF_FORMAT_WAV | SF_FORMAT_FLOAT);
-}
-
-TEST(AudioFileFormat, InputContainerStaysWhenItSharesTheExtension)
-{
-    const int wavex = SF_FORMAT_WAVEX | SF_FORMAT_PCM_16;
-    EXPECT_EQ(AudioFileFormat::forOutput("out.wav", wavex, "", 2, 48000), wavex);
-}
-
-TEST(AudioFileFormat, SampleTypeTheContainerCannotHold)
-{
+    EXPECT_EQ(AudioFileFormat::forOutput("out.wav", wav24, "32f", 1, 44100), wavFloat);
+    // The input's container stays when it shares the extension.
+    EXPECT_EQ(AudioFileFormat::forOutput("out.wav", wavex16, "", 2, 48000), wavex16);
     // FLAC holds integers only: a float input falls back to 24-bit PCM, an
     // explicit request for float is refused.
-    const int wavFloat = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
     EXPECT_EQ(AudioFileFormat::forOutput("out.flac", wavFloat, "", 2, 48000), SF_FORMAT_FLAC | SF_FORMAT_PCM_24);
     EXPECT_THROW(AudioFileFormat::forOutput("out.flac", wavFloat, "32f", 2, 48000), HostError);
     EXPECT_THROW(AudioFileFormat::forOutput("out.wav", wavFloat, "12", 2, 48000), HostError);

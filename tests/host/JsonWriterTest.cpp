@@ -9,12 +9,17 @@
 
 namespace
 {
-nlohmann::json written(const std::function<void(JsonWriter&)>& write)
+std::string textOf(const std::function<void(JsonWriter&)>& write)
 {
     std::ostringstream text;
     JsonWriter json(text);
     write(json);
-    return nlohmann::json::parse(text.str());
+    return text.str();
+}
+
+nlohmann::json written(const std::function<void(JsonWriter&)>& write)
+{
+    return nlohmann::json::parse(textOf(write));
 }
 }
 
@@ -106,15 +111,6 @@ TEST(JsonWriter, StringsAreEscapedAndInvalidUtf8IsReplaced)
 
 TEST(JsonWriter, EmptyContainersAtTopLevelEndWithANewline)
 {
-    std::ostringstream object;
-    JsonWriter objectWriter(object);
-    objectWriter.beginObject();
-    objectWriter.endObject();
-    EXPECT_EQ(object.str(), "{}\n");
-
-    std::ostringstream array;
-    JsonWriter arrayWriter(array);
-    arrayWriter.beginArray();
-    arrayWriter.endArray();
-    EXPECT_EQ(array.str(), "[]\n");
+    EXPECT_EQ(textOf([](JsonWriter& json) { json.beginObject(); json.endObject(); }), "{}\n");
+    EXPECT_EQ(textOf([](JsonWriter& json) { json.beginArray(); json.endArray(); }), "[]\n");
 }

@@ -27,7 +27,7 @@ std::string errorOf(HostedPlugin& plugin, const std::string& text, bool normalis
 }
 }
 
-TEST(ParameterSettingParse, SplitsAtTheLastEqualsSignAndTrims)
+TEST(ParameterSettingParse, SplitsAtTheLastEqualsSignTrimsAndNeedsBothSides)
 {
     const ParameterSetting spaced = ParameterSetting::parse("  In gain = 6 ", false);
     EXPECT_EQ(spaced.getName(), "In gain");
@@ -35,14 +35,11 @@ TEST(ParameterSettingParse, SplitsAtTheLastEqualsSignAndTrims)
     const ParameterSetting twoSigns = ParameterSetting::parse("a=b=-1.5", false);
     EXPECT_EQ(twoSigns.getName(), "a=b");
     EXPECT_EQ(twoSigns.getValueText(), "-1.5");
-}
-
-TEST(ParameterSettingParse, RefusesTextWithoutNameOrValue)
-{
-    EXPECT_THROW(ParameterSetting::parse("In gain 6", false), HostError);
-    EXPECT_THROW(ParameterSetting::parse("=6", false), HostError);
-    EXPECT_THROW(ParameterSetting::parse("In gain=", false), HostError);
-    EXPECT_THROW(ParameterSetting::parse(" = ", true), HostError);
+    for (const char* half : {"In gain 6", "=6", "In gain=", " = "})
+    {
+        EXPECT_THROW(ParameterSetting::parse(half, false), HostError) << half;
+        EXPECT_THROW(ParameterSetting::parse(half, true), HostError) << half;
+    }
 }
 
 TEST(ParameterSettingDisplay, ReadsTheLeadingNumberOfADisplay)
@@ -56,66 +53,55 @@ TEST(ParameterSettingDisplay, ReadsTheLeadingNumberOfADisplay)
     EXPECT_FALSE(ParameterSetting::displayedNumber("").has_value());
 }
 
-// The probe's parameters are linear: units = minimum + normalised * span, so
-// the normalised value a unit value needs is known exactly.
-TEST(ParameterSettingUnits, LinearDisplayGivesTheExactNormalisedValue)
+// The probe's parameters are linear (units = minimum + normalised * span)
+// but for Level, which shows 20 log10(normalised): the normalised value each
+// text needs is known, and the ends of a range are reached exactly.
+TEST(ParameterSettingUnits, EachDisplayShapeGivesTheNormalisedValueItNeeds)
 {
+    const struct
+    {
+        const char* text;
+        double normalised;
+        double tolerance;
+        int parameter; // whose display is then checked, if `shown` is given
+        const char* shown;
+    } cases[] = {
+        // Gain: -24..+24 dB; between two displayed steps (6.0 and 6.1) the
+        // value is interpolated.
+        {"Gain=6", 30.0 / 48.0, normalisedTolerance, 0, "+6.0"},
+        {"gain=-13.5", 10.5 / 48.0, normalisedTolerance, 0, nullptr},
+        {"Gain=6.03", 30.03 / 48.0, normalisedTolerance, 0, nullptr},
+        {"Gain=24", 1.0, 0.0, 0, nullptr},
+        {"Gain=-24", 0.0, 0.0, 0, nullptr},
+        // Steps: 0..3 shown as integers; "2" covers 1.5..2.5, whose middle is 2.
+        {"Steps=2", 2.0 / 3.0, normalisedTolerance, 2, "2"},
+        {"Steps=3", 1.0, 0.0, 2, nullptr},
+        // Trim falls: 0 at normalised 0, -40 at 1.
+        {"Trim=-10", 0.25, normalisedTolerance, 3, "-10.00"},
+        {"Trim=-40", 1.0, 0.0, 3, nullptr},
+        {"Trim=0", 0.0, 0.0, 3, nullptr},
+        // The middle of the stretch showing -6.0, 10^(-6.05/20)..10^(-5.95/20),
+        // lies above 10^(-6/20) by x (cosh(0.05 ln10 / 20) - 1) = 8.3e-6 for
+        // x = 0.5: 1e-5 allows for it.
+        {"Level=-6", std::pow(10.0, -6.0 / 20.0), 1e-5, 5, "-6.0"},
+        {"Level=-60", 1e-3, 1e-7, 5, nullptr},
+        {"Level=-inf", 0.0, 0.0, 5, nullptr},
+        // The effect's own text parser agrees with its display here.
+        {"Delay=777", 777.0 / 2000.0, normalisedTolerance, 1, "777"},
+    };
     HostedPlugin probe(TestModules::delayProbe);
-    // Gain: -24..+24 dB.
-    EXPECT_NEAR(applied(probe, "Gain=6"), (6.0f + 24.0f) / 48.0f, normalisedTolerance);
-    EXPECT_EQ(probe.module().parameterDisplay(0), "+6.0");
-    EXPECT_NEAR(applied(probe, "gain=-13.5"), (-13.5f + 24.0f) / 48.0f, normalisedTolerance);
-    // Between two displayed steps (6.0 and 6.1) the value is interpolated.
-    EXPECT_NEAR(applied(probe, "Gain=6.03"), (6.03f + 24.0f) / 48.0f, normalisedTolerance);
-    // Steps: 0..3 shown as integers; "2" covers 1.5..2.5, whose middle is 2.
-    EXPECT_NEAR(applied(probe, "Steps=2"), 2.0f / 3.0f, normalisedTolerance);
-}
-
-TEST(ParameterSettingUnits, EndsOfTheRangeAreReachedExactly)
-{
-    HostedPlugin probe(TestModules::delayProbe);
-    EXPECT_EQ(applied(probe, "Gain=24"), 1.0f);
-    EXPECT_EQ(applied(probe, "Gain=-24"), 0.0f);
-    EXPECT_EQ(applied(probe, "Steps=3"), 1.0f);
-}
-
-TEST(ParameterSettingUnits, FallingDisplayIsFollowedDownwards)
-{
-    HostedPlugin probe(TestModules::delayProbe);
-    // Trim shows 0 at normalised 0 and -40 at 1.
-    EXPECT_NEAR(applied(probe, "Trim=-10"), 0.25f, normalisedTolerance);
-    EXPECT_EQ(probe.module().parameterDisplay(3), "-10.00");
-    EXPECT_EQ(applied(probe, "Trim=-40"), 1.0f);
-    EXPECT_EQ(applied(probe, "Trim=0"), 0.0f);
-}
-
-// Level shows 20 log10(normalised). The middle of the stretch showing -6.0,
-// 10^(-6.05/20)..10^(-5.95/20), lies above 10^(-6/20) by
-// x (cosh(0.05 ln10 / 20) - 1) = 8.3e-6 for x = 0.5: 1e-5 allows for it.
-TEST(ParameterSettingUnits, CurvedDisplayIsFollowed)
-{
-    HostedPlugin probe(TestModules::delayProbe);
-    EXPECT_NEAR(applied(probe, "Level=-6"), std::pow(10.0, -6.0 / 20.0), 1e-5);
-    EXPECT_EQ(probe.module().parameterDisplay(5), "-6.0");
-    EXPECT_NEAR(applied(probe, "Level=-60"), 1e-3, 1e-7);
-}
-
-// Below -120 dB Level shows -inf: a value down there takes the lowest
-// finite display instead of an interpolation with infinity.
-TEST(ParameterSettingUnits, MinusInfinityAtTheBottomIsNotInterpolated)
-{
-    HostedPlugin probe(TestModules::delayProbe);
-    const float value = applied(probe, "Level=-150");
-    EXPECT_TRUE(std::isfinite(value));
+    for (const auto& c : cases)
+    {
+        EXPECT_NEAR(applied(probe, c.text), c.normalised, c.tolerance) << c.text;
+        if (c.shown)
+        {
+            EXPECT_EQ(probe.module().parameterDisplay(c.parameter), c.shown) << c.text;
+        }
+    }
+    // Below -120 dB Level shows -inf: a value down there takes the lowest
+    // finite display instead of an interpolation with infinity.
+    EXPECT_TRUE(std::isfinite(applied(probe, "Level=-150")));
     EXPECT_EQ(probe.module().parameterDisplay(5), "-120.0");
-    EXPECT_EQ(applied(probe, "Level=-inf"), 0.0f);
-}
-
-TEST(ParameterSettingUnits, EffectsOwnTextParserIsUsedWhenItAgreesWithTheDisplay)
-{
-    HostedPlugin probe(TestModules::delayProbe);
-    EXPECT_NEAR(applied(probe, "Delay=777"), 777.0f / 2000.0f, normalisedTolerance);
-    EXPECT_EQ(probe.module().parameterDisplay(1), "777");
 }
 
 TEST(ParameterSettingNormalised, ValuesBetweenZeroAndOneAreSetAsGiven)
