@@ -28,16 +28,25 @@ std::string extensionOf(const std::string& path)
     return lowerCase(path.substr(dot + 1));
 }
 
-// The extension libsndfile gives a container, empty when it lists none.
-std::string extensionOfContainer(int container)
+// The containers libsndfile lists, with their extensions.
+std::vector<SF_FORMAT_INFO> majorFormats()
 {
     int count = 0;
     sf_command(nullptr, SFC_GET_FORMAT_MAJOR_COUNT, &count, sizeof(count));
+    std::vector<SF_FORMAT_INFO> formats(static_cast<size_t>(std::max(count, 0)));
     for (int i = 0; i < count; ++i)
     {
-        SF_FORMAT_INFO major = {};
-        major.format = i;
-        sf_command(nullptr, SFC_GET_FORMAT_MAJOR, &major, sizeof(major));
+        formats[static_cast<size_t>(i)].format = i;
+        sf_command(nullptr, SFC_GET_FORMAT_MAJOR, &formats[static_cast<size_t>(i)], sizeof(SF_FORMAT_INFO));
+    }
+    return formats;
+}
+
+// The extension libsndfile gives a container, empty when it lists none.
+std::string extensionOfContainer(int container)
+{
+    for (const SF_FORMAT_INFO& major : majorFormats())
+    {
         if ((major.format & SF_FORMAT_TYPEMASK) == container && major.extension != nullptr)
         {
             return lowerCase(major.extension);
@@ -61,13 +70,8 @@ int containerForExtension(const std::string& extension)
     {
         return SF_FORMAT_OGG;
     }
-    int count = 0;
-    sf_command(nullptr, SFC_GET_FORMAT_MAJOR_COUNT, &count, sizeof(count));
-    for (int i = 0; i < count; ++i)
+    for (const SF_FORMAT_INFO& major : majorFormats())
     {
-        SF_FORMAT_INFO major = {};
-        major.format = i;
-        sf_command(nullptr, SFC_GET_FORMAT_MAJOR, &major, sizeof(major));
         if (major.extension != nullptr && extension == lowerCase(major.extension))
         {
             return major.format & SF_FORMAT_TYPEMASK;
