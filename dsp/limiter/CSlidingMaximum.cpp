@@ -26,6 +26,15 @@ __m128i indexPair(int a, int b)
 {
     return _mm_set_epi32(b, b, a, a);
 }
+
+// Calls scan(a, b) with the first entries of segments taken in twos, an
+// odd last one paired with itself.
+template <typename Scan>
+void forSegmentPairs(int segments, int window, Scan scan)
+{
+    for (int k = 0; k < segments; k += 2)
+        scan(k * window, std::min(k + 1, segments - 1) * window);
+}
 }
 
 CSlidingMaximum::CSlidingMaximum()
@@ -92,12 +101,7 @@ void CSlidingMaximum::findRescans(const LaneFrame* detection, int count, int wri
     // Backwards through each segment that holds a window's oldest entry: the
     // latest largest value from every entry to the segment's end. An earlier
     // value replaces it only when larger (max(v, best) keeps best on a tie).
-    // Segments go in twos (a, b); an odd last one is paired with itself.
-    const int endSegments = (count - 1) / window + 1;
-    for (int k = 0; k < endSegments; k += 2)
-    {
-        const int a = k * window;
-        const int b = std::min(k + 1, endSegments - 1) * window;
+    forSegmentPairs((count - 1) / window + 1, window, [&](int a, int b) {
         __m128 best = nothing;
         __m128i bestAt = _mm_setzero_si128();
         __m128i at = indexPair(a + lookahead, b + lookahead);
@@ -109,7 +113,7 @@ void CSlidingMaximum::findRescans(const LaneFrame* detection, int count, int wri
             ChannelLanes::storePair(segmentEndMax[a + j + lookahead], segmentEndMax[b + j + lookahead], best);
             storeIndices(segmentEndAt[a + j + lookahead], segmentEndAt[b + j + lookahead], bestAt);
         }
-    }
+    });
 
     // Forwards through each segment that holds a window's newest entry: the
     // latest largest value from the segment's start up to every entry; a
@@ -120,11 +124,7 @@ void CSlidingMaximum::findRescans(const LaneFrame* detection, int count, int wri
     // Entries before the first window's newest, and past the block's last,
     // are scanned for the running maximum only; what they store is not read.
     const __m128 ceil = _mm_set1_ps(ceiling);
-    const int startSegments = (entries - 1) / window + 1;
-    for (int k = 0; k < startSegments; k += 2)
-    {
-        const int a = k * window;
-        const int b = std::min(k + 1, startSegments - 1) * window;
+    forSegmentPairs((entries - 1) / window + 1, window, [&](int a, int b) {
         __m128 start = nothing;
         __m128i startAt = _mm_setzero_si128();
         __m128i at = indexPair(a, b);
@@ -147,5 +147,5 @@ void CSlidingMaximum::findRescans(const LaneFrame* detection, int count, int wri
             ChannelLanes::storePair(segmentEndMax[a + j], segmentEndMax[b + j], select(found, largest, ceil));
             storeIndices(segmentEndAt[a + j], segmentEndAt[b + j], selectInt(found, largestAt, at));
         }
-    }
+    });
 }
