@@ -4,27 +4,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace
 {
-// e^(2*pi*i*m/N) for any 0 <= m < N from the first-quadrant table of N/4
-// (cos, sin) pairs: the other three quadrants by rotating through multiples
-// of i, so only the first quadrant needs exact values.
-void rotate(const float* twiddle, int quarter, int m, float& c, float& s)
-{
-    const int q = quarter > 0 ? m / quarter : 0;
-    const int r = quarter > 0 ? m - q * quarter : 0;
-    const float tc = quarter > 0 ? twiddle[2 * r] : 1.0f;
-    const float ts = quarter > 0 ? twiddle[2 * r + 1] : 0.0f;
-    switch (q & 3)
-    {
-    case 0: c = tc; s = ts; break;
-    case 1: c = -ts; s = tc; break;
-    case 2: c = -tc; s = -ts; break;
-    default: c = ts; s = -tc; break;
-    }
-}
-
 // Two complex points (re, im, re, im) per register. Negating a lane by its
 // sign bit is exact, and a + (-b) is a - b, so the sign masks below only
 // choose between the additions and subtractions of the scalar form.
@@ -44,18 +27,114 @@ inline __m128 swapPoints(__m128 v)
     return _mm_shuffle_ps(v, v, _MM_SHUFFLE(1, 0, 3, 2));
 }
 
-// p*w for both points, with w as (c, c, c', c') and (-s, s, -s', s'):
-// (pr*c - pi*s, pi*c + pr*s), the scalar pr*c - pi*s and pr*s + pi*c with
-// the operands of each product and of the final sum in swapped order.
-inline __m128 multiply(__m128 p, __m128 wReal, __m128 wImag)
+// k*z for both points, k given as (kr, kr, kr', kr') and (ki, ki, ki', ki'):
+// (kr*zr - ki*zi, kr*zi + ki*zr).
+inline __m128 multiply(__m128 z, __m128 kr, __m128 ki)
 {
-    return _mm_add_ps(_mm_mul_ps(p, wReal), _mm_mul_ps(swapParts(p), wImag));
+    return _mm_add_ps(_mm_mul_ps(kr, z), _mm_xor_ps(_mm_mul_ps(ki, swapParts(z)), negateEven));
 }
 
-// Lays out the twiddles of two neighbouring butterflies as multiply() wants them.
-void appendPair(std::vector<float>& out, float c0, float s0, float c1, float s1)
+// (x1r - x3i, x1i + x3r) and (x1r + x3i, x1i - x3r).
+inline __m128 plusITimes(__m128 x1, __m128 x3)
 {
-    out.insert(out.end(), {c0, c0, c1, c1, -s0, s0, -s1, s1});
+    return _mm_add_ps(x1, _mm_xor_ps(swapParts(x3), negateEven));
+}
+inline __m128 minusITimes(__m128 x1, __m128 x3)
+{
+    return _mm_add_ps(x1, _mm_xor_ps(swapParts(x3), negateOdd));
+}
+
+// (a - b, a + b) from (a, b), for both points.
+inline __m128 differenceAndSum(__m128 ab)
+{
+    const __m128 a = _mm_shuffle_ps(ab, ab, _MM_SHUFFLE(2, 2, 0, 0));
+    const __m128 b = _mm_shuffle_ps(ab, ab, _MM_SHUFFLE(3, 3, 1, 1));
+    return _mm_add_ps(a, _mm_xor_ps(b, negateEven));
+}
+
+// Four complex points of a butterfly in, and out again in the same places.
+struct Quad
+{
+    __m128 p0, p1, p2, p3;
+};
+
+// The butterfly's first sums: x0 = p0 + p1, x1 = p0 - p1, x2 = p2 + p3, x3 = p2 - p3.
+inline Quad sums(const Quad& p)
+{
+    return {_mm_add_ps(p.p0, p.p1), _mm_sub_ps(p.p0, p.p1), _mm_add_ps(p.p2, p.p3), _mm_sub_ps(p.p2, p.p3)};
+}
+
+// Where no twiddle applies.
+inline Quad plainForm(const Quad& p)
+{
+    const Quad x = sums(p);
+    return {_mm_add_ps(x.p0, x.p2), plusITimes(x.p1, x.p3), _mm_sub_ps(x.p0, x.p2), minusITimes(x.p1, x.p3)};
+}
+
+// The eighth-turn group, s = cos(pi/4) in every lane.
+inline Quad eighthTurnForm(const Quad& p, __m128 s)
+{
+    const Quad x = sums(p);
+    // (x2i - x0i, x0r - x2r)
+    const __m128 turned = _mm_sub_ps(swapParts(x.p2), swapParts(x.p0));
+    const __m128 plain = _mm_sub_ps(x.p0, x.p2);
+    const __m128 mixed = _mm_shuffle_ps(turned, plain, _MM_SHUFFLE(2, 0, 2, 0));
+    // (x3i + x1r, x3r - x1i), then its parts swapped so that (v - u, v + u)
+    // comes out of the same helper as (u - v, u + v).
+    const __m128 uv3 = _mm_add_ps(swapParts(x.p3), _mm_xor_ps(x.p1, negateOdd));
+    return {_mm_add_ps(x.p0, x.p2), _mm_mul_ps(s, differenceAndSum(plusITimes(x.p1, x.p3))),
+        _mm_shuffle_ps(mixed, mixed, _MM_SHUFFLE(3, 1, 2, 0)), _mm_mul_ps(s, differenceAndSum(swapParts(uv3)))};
+}
+
+// The three twiddles of a butterfly as multiply() takes them.
+struct Twiddles
+{
+    __m128 k1r, k1i, k2r, k2i, k3r, k3i;
+};
+
+inline Quad twiddledForm(const Quad& p, const Twiddles& k)
+{
+    const Quad x = sums(p);
+    return {_mm_add_ps(x.p0, x.p2), multiply(plusITimes(x.p1, x.p3), k.k1r, k.k1i),
+        multiply(_mm_sub_ps(x.p0, x.p2), k.k2r, k.k2i), multiply(minusITimes(x.p1, x.p3), k.k3r, k.k3i)};
+}
+
+// Two butterflies side by side: the points at j, j + 2, j + 4, j + 6 of the
+// spacing below in one register each.
+template <typename Form>
+inline void butterflyPair(float* at, int spacing, Form form)
+{
+    const Quad y = form(Quad{_mm_loadu_ps(at), _mm_loadu_ps(at + spacing), _mm_loadu_ps(at + 2 * spacing),
+        _mm_loadu_ps(at + 3 * spacing)});
+    _mm_storeu_ps(at, y.p0);
+    _mm_storeu_ps(at + spacing, y.p1);
+    _mm_storeu_ps(at + 2 * spacing, y.p2);
+    _mm_storeu_ps(at + 3 * spacing, y.p3);
+}
+
+// Two blocks of four neighbouring points (spacing 2) side by side, one block
+// per half register. Both may be the same block.
+template <typename Form>
+inline void blockPair(float* first, float* second, Form form)
+{
+    const __m128 a = _mm_loadu_ps(first), b = _mm_loadu_ps(first + 4);
+    const __m128 c = _mm_loadu_ps(second), d = _mm_loadu_ps(second + 4);
+    const Quad y = form(Quad{_mm_movelh_ps(a, c), _mm_movehl_ps(c, a), _mm_movelh_ps(b, d), _mm_movehl_ps(d, b)});
+    _mm_storeu_ps(first, _mm_movelh_ps(y.p0, y.p1));
+    _mm_storeu_ps(first + 4, _mm_movelh_ps(y.p2, y.p3));
+    _mm_storeu_ps(second, _mm_movehl_ps(y.p1, y.p0));
+    _mm_storeu_ps(second + 4, _mm_movehl_ps(y.p3, y.p2));
+}
+
+inline __m128 lowFromHighFrom(__m128 low, __m128 high)
+{
+    return _mm_shuffle_ps(low, high, _MM_SHUFFLE(3, 2, 1, 0));
+}
+
+inline Twiddles broadcast(const float* k)
+{
+    return {_mm_set1_ps(k[0]), _mm_set1_ps(k[1]), _mm_set1_ps(k[2]), _mm_set1_ps(k[3]), _mm_set1_ps(k[4]),
+        _mm_set1_ps(k[5])};
 }
 
 inline void swapPoint(float* data, int i, int j)
@@ -64,6 +143,31 @@ inline void swapPoint(float* data, int i, int j)
     const __m128d b = _mm_load_sd(reinterpret_cast<const double*>(data + 2 * j));
     _mm_store_sd(reinterpret_cast<double*>(data + 2 * i), b);
     _mm_store_sd(reinterpret_cast<double*>(data + 2 * j), a);
+}
+
+// The bit reversal of `points` complex point indices as swaps (i, j), i < j,
+// composed seedBits at a time from the seed reversals.
+std::vector<int> reversalPairs(int points, const int* seed, int seedBits)
+{
+    int indexBits = 0;
+    while ((1 << indexBits) < points)
+        ++indexBits;
+    std::vector<int> pairs;
+    for (int i = 0; i < points; ++i)
+    {
+        int rest = i;
+        int reversed = 0;
+        for (int left = indexBits; left > 0;)
+        {
+            const int take = std::min(left, seedBits);
+            reversed = (reversed << take) | (seed[rest & ((1 << take) - 1)] >> (seedBits - take));
+            rest >>= take;
+            left -= take;
+        }
+        if (i < reversed)
+            pairs.insert(pairs.end(), {i, reversed});
+    }
+    return pairs;
 }
 }
 
@@ -78,26 +182,11 @@ CFFT::CFFT(int length)
 
 void CFFT::makeTables()
 {
-    const int points = n / 2;     // complex points of the inner FFT
-    const int quarter = points / 4;
+    const int twiddleCount = n / 4;
     const int splitCount = n / 4;
-    workArea[0] = n / 4;
+    workArea[0] = twiddleCount;
     workArea[1] = splitCount;
 
-    float* twiddle = table.data();
-    for (int m = 0; m < quarter; ++m)
-    {
-        const double angle = 2.0 * M_PI * m / points;
-        twiddle[2 * m] = float(std::cos(angle));
-        twiddle[2 * m + 1] = float(std::sin(angle));
-    }
-
-    float* splitCos = table.data() + n / 4;
-    for (int k = 0; k < splitCount; ++k)
-        splitCos[k] = float(0.5 * std::cos(2.0 * M_PI * k / n));
-
-    // Bit reversals of every seedBits-wide value: reversals of longer
-    // indices are composed from them chunk by chunk.
     seedBits = 1;
     while ((1 << (seedBits + 1)) <= int(workArea.size()) - 2)
         ++seedBits;
@@ -109,53 +198,72 @@ void CFFT::makeTables()
             reversed |= ((i >> b) & 1) << (seedBits - 1 - b);
         seed[i] = reversed;
     }
+    reversalSwaps = reversalPairs(n / 2, seed, seedBits);
 
-    int indexBits = 0;
-    while ((1 << indexBits) < points)
-        ++indexBits;
-    reversalSwaps.clear();
-    for (int i = 0; i < points; ++i)
+    // Twiddles: one octant by cosf/sinf at multiples of a float step, the
+    // other by symmetry, the middle point shared; then bit-reversed.
+    float* w = table.data();
+    if (twiddleCount > 2)
     {
-        int rest = i;
-        int reversed = 0;
-        int left = indexBits;
-        while (left > 0)
+        const int half = twiddleCount / 2;
+        const float delta = std::atan(1.0f) / float(half);
+        w[0] = 1.0f;
+        w[1] = 0.0f;
+        w[half] = std::cos(delta * float(half));
+        w[half + 1] = w[half];
+        for (int j = 2; j < half; j += 2)
         {
-            const int take = left < seedBits ? left : seedBits;
-            const int chunk = rest & ((1 << take) - 1);
-            reversed = (reversed << take) | (seed[chunk] >> (seedBits - take));
-            rest >>= take;
-            left -= take;
+            const float x = std::cos(delta * float(j));
+            const float y = std::sin(delta * float(j));
+            w[j] = x;
+            w[j + 1] = y;
+            w[twiddleCount - j] = y;
+            w[twiddleCount - j + 1] = x;
         }
-        if (i < reversed)
-            reversalSwaps.insert(reversalSwaps.end(), {i, reversed});
+        const std::vector<int> pairs = reversalPairs(twiddleCount / 2, seed, seedBits);
+        for (size_t p = 0; p < pairs.size(); p += 2)
+            swapPoint(w, pairs[p], pairs[p + 1]);
     }
 
-    // Radix-4 stages in the order complexPass runs them; a stage of span 1
-    // has the single butterfly k = 0, whose three twiddles are all w^0.
-    stageTwiddles.clear();
-    for (int span = (indexBits & 1) ? 2 : 1; span < points; span *= 4)
+    float* c = table.data() + twiddleCount;
+    if (splitCount > 1)
     {
-        const int step = points / (4 * span);
-        for (int k = 0; k < span; k += 2)
+        const int half = splitCount / 2;
+        const float delta = std::atan(1.0f) / float(half);
+        c[0] = std::cos(delta * float(half));
+        c[half] = 0.5f * c[0];
+        for (int j = 1; j < half; ++j)
         {
-            const int next = span == 1 ? k : k + 1;
-            for (int multiple = 1; multiple <= 3; ++multiple)
-            {
-                float c0, s0, c1, s1;
-                rotate(twiddle, quarter, multiple * k * step, c0, s0);
-                rotate(twiddle, quarter, multiple * next * step, c1, s1);
-                appendPair(stageTwiddles, c0, s0, c1, s1);
-            }
+            c[j] = 0.5f * std::cos(delta * float(j));
+            c[splitCount - j] = 0.5f * std::sin(delta * float(j));
         }
     }
 
-    // y = (1 + i*e^(2*pi*i*k/n))/2 of the real split step, as the scalar
-    // form computes it, for the pairs k = 2, 3 up to points/2 - 1.
+    // Group q's twiddles: k2 from entry 2q, k1 from entries 4q and 4q + 2,
+    // k3 from the recurrence on k1 and k2.
+    groupTwiddles.clear();
+    firstStageTwiddles.clear();
+    for (int q = 1; 16 * q < n; ++q)
+    {
+        const float wr2 = w[2 * q], wi2 = w[2 * q + 1];
+        const float k1r = w[4 * q], k1i = w[4 * q + 1];
+        const float k1rSecond = w[4 * q + 2], k1iSecond = w[4 * q + 3];
+        const float first[6] = {k1r, k1i, wr2, wi2, k1r - 2.0f * wi2 * k1i, 2.0f * wi2 * k1r - k1i};
+        const float second[6] = {k1rSecond, k1iSecond, -wi2, wr2, k1rSecond - 2.0f * wr2 * k1iSecond,
+            2.0f * wr2 * k1rSecond - k1iSecond};
+        groupTwiddles.insert(groupTwiddles.end(), first, first + 6);
+        groupTwiddles.insert(groupTwiddles.end(), second, second + 6);
+        for (int i = 0; i < 6; ++i)
+            firstStageTwiddles.insert(firstStageTwiddles.end(), {first[i], first[i], second[i], second[i]});
+    }
+
     splitTwiddles.clear();
-    for (int k = 2; k + 1 < points / 2; k += 2)
-        appendPair(splitTwiddles, 0.5f - splitCos[splitCount - k], splitCos[k], 0.5f - splitCos[splitCount - k - 1],
-            splitCos[k + 1]);
+    for (int k = 2; k + 1 < n / 4; k += 2)
+    {
+        const float wkr = 0.5f - c[splitCount - k], wki = c[k];
+        const float wkrNext = 0.5f - c[splitCount - k - 1], wkiNext = c[k + 1];
+        splitTwiddles.insert(splitTwiddles.end(), {wkr, wkr, wkrNext, wkrNext, wki, wki, wkiNext, wkiNext});
+    }
 }
 
 void CFFT::bitReverse(float* data) const
@@ -166,102 +274,97 @@ void CFFT::bitReverse(float* data) const
         swapPoint(data, swap[0], swap[1]);
 }
 
-// Decimation in time over bit-reversed complex points with the kernel
-// e^(+2*pi*i*j*k/N): one radix-2 stage when log2(N) is odd, radix-4 after.
+// Radix-4 stages of growing spacing, a last radix-4 or radix-2 stage, each
+// group of butterflies in it with its own twiddles.
 void CFFT::complexPass(float* data) const
 {
-    const int points = n / 2;
-    int stages = 0;
-    while ((1 << stages) < points)
-        ++stages;
-
-    int span = 1;
-    if (stages & 1)
+    int spacing = 2;
+    if (n > 8)
     {
-        // (x0, x1) -> (x0 + x1, x0 - x1), one butterfly per register.
-        for (int p = 0; p < points; p += 2)
+        firstStage(data);
+        spacing = 8;
+        while (4 * spacing < n)
         {
-            const __m128 x = _mm_loadu_ps(data + 2 * p);
-            const __m128 first = _mm_movelh_ps(x, x);
-            const __m128 second = _mm_movehl_ps(x, x);
-            _mm_storeu_ps(data + 2 * p, _mm_add_ps(first, _mm_xor_ps(second, negateHigh)));
+            middleStage(data, spacing);
+            spacing *= 4;
         }
-        span = 2;
     }
+    lastStage(data, spacing);
+}
 
-    // In bit-reversed order the four sub-blocks of a radix-4 block hold the
-    // sub-transforms of residues 0, 2, 1 and 3.
-    const float* twiddles = stageTwiddles.data();
-    for (; span < points; span *= 4)
+// Blocks of four neighbouring points: block 0 plain, block 1 the eighth
+// turn, then pairs of blocks with their group's twiddles.
+void CFFT::firstStage(float* data) const
+{
+    const __m128 s = _mm_set1_ps(table[2]);
+    blockPair(data, data + 8, [s](const Quad& p) {
+        const Quad plain = plainForm(p), turned = eighthTurnForm(p, s);
+        return Quad{lowFromHighFrom(plain.p0, turned.p0), lowFromHighFrom(plain.p1, turned.p1),
+            lowFromHighFrom(plain.p2, turned.p2), lowFromHighFrom(plain.p3, turned.p3)};
+    });
+    const float* k = firstStageTwiddles.data();
+    for (int j = 16; j < n; j += 16, k += 24)
     {
-        const int block = 4 * span;
-        if (span == 1)
-        {
-            // One butterfly per block of four neighbouring points.
-            const __m128 wReal = _mm_loadu_ps(twiddles);
-            const __m128 wImag = _mm_loadu_ps(twiddles + 4);
-            for (int start = 0; start < points; start += block)
-            {
-                float* p = data + 2 * start;
-                const __m128 x01 = _mm_loadu_ps(p);
-                const __m128 x23 = _mm_loadu_ps(p + 4);
-                // (t0, t2): the first point stays unmultiplied.
-                const __m128 t02 = _mm_shuffle_ps(x01, multiply(x01, wReal, wImag), _MM_SHUFFLE(3, 2, 1, 0));
-                const __m128 t13 = multiply(x23, wReal, wImag);
-                // (t0 + t2, t0 - t2) and (t1 + t3, t1 - t3)
-                const __m128 s02 = _mm_add_ps(_mm_movelh_ps(t02, t02), _mm_xor_ps(_mm_movehl_ps(t02, t02), negateHigh));
-                const __m128 s13 = _mm_add_ps(_mm_movelh_ps(t13, t13), _mm_xor_ps(_mm_movehl_ps(t13, t13), negateHigh));
-                // (t1 + t3, i*(t1 - t3))
-                const __m128 r13 = _mm_xor_ps(_mm_shuffle_ps(s13, s13, _MM_SHUFFLE(2, 3, 1, 0)),
-                    _mm_castsi128_ps(_mm_set_epi32(0, int(0x80000000u), 0, 0)));
-                _mm_storeu_ps(p, _mm_add_ps(s02, r13));
-                _mm_storeu_ps(p + 4, _mm_sub_ps(s02, r13));
-            }
-            twiddles += 24;
-            continue;
-        }
+        const Twiddles pair{_mm_loadu_ps(k), _mm_loadu_ps(k + 4), _mm_loadu_ps(k + 8), _mm_loadu_ps(k + 12),
+            _mm_loadu_ps(k + 16), _mm_loadu_ps(k + 20)};
+        blockPair(data + j, data + j + 8, [&pair](const Quad& p) { return twiddledForm(p, pair); });
+    }
+}
 
-        // Two neighbouring butterflies k, k+1 per register.
-        for (int start = 0; start < points; start += block)
-        {
-            const float* w = twiddles;
-            for (int k = 0; k < span; k += 2, w += 24)
-            {
-                float* p0 = data + 2 * (start + k);
-                float* p1 = p0 + 2 * span;
-                float* p2 = p1 + 2 * span;
-                float* p3 = p2 + 2 * span;
-                const __m128 t0 = _mm_loadu_ps(p0);
-                const __m128 t2 = multiply(_mm_loadu_ps(p1), _mm_loadu_ps(w + 8), _mm_loadu_ps(w + 12));
-                const __m128 t1 = multiply(_mm_loadu_ps(p2), _mm_loadu_ps(w), _mm_loadu_ps(w + 4));
-                const __m128 t3 = multiply(_mm_loadu_ps(p3), _mm_loadu_ps(w + 16), _mm_loadu_ps(w + 20));
+void CFFT::middleStage(float* data, int spacing) const
+{
+    const int group = 4 * spacing;
+    const __m128 s = _mm_set1_ps(table[2]);
+    for (int j = 0; j < spacing; j += 4)
+        butterflyPair(data + j, spacing, [](const Quad& p) { return plainForm(p); });
+    for (int j = group; j < group + spacing; j += 4)
+        butterflyPair(data + j, spacing, [s](const Quad& p) { return eighthTurnForm(p, s); });
+    const float* k = groupTwiddles.data();
+    for (int start = 2 * group; start < n; start += 2 * group, k += 12)
+    {
+        const Twiddles first = broadcast(k), second = broadcast(k + 6);
+        for (int j = start; j < start + spacing; j += 4)
+            butterflyPair(data + j, spacing, [&first](const Quad& p) { return twiddledForm(p, first); });
+        for (int j = start + group; j < start + group + spacing; j += 4)
+            butterflyPair(data + j, spacing, [&second](const Quad& p) { return twiddledForm(p, second); });
+    }
+}
 
-                const __m128 sum02 = _mm_add_ps(t0, t2);
-                const __m128 dif02 = _mm_sub_ps(t0, t2);
-                const __m128 sum13 = _mm_add_ps(t1, t3);
-                const __m128 dif13 = _mm_sub_ps(t1, t3);
-                // i*(t1 - t3) = (-dif13i, dif13r)
-                const __m128 rotated = _mm_xor_ps(swapParts(dif13), negateEven);
-
-                _mm_storeu_ps(p0, _mm_add_ps(sum02, sum13));
-                _mm_storeu_ps(p1, _mm_add_ps(dif02, rotated));
-                _mm_storeu_ps(p2, _mm_sub_ps(sum02, sum13));
-                _mm_storeu_ps(p3, _mm_sub_ps(dif02, rotated));
-            }
-        }
-        twiddles += 24 * (span / 2);
+void CFFT::lastStage(float* data, int spacing) const
+{
+    if (4 * spacing == n)
+    {
+        if (spacing == 2)
+            blockPair(data, data, [](const Quad& p) { return plainForm(p); });
+        else
+            for (int j = 0; j < spacing; j += 4)
+                butterflyPair(data + j, spacing, [](const Quad& p) { return plainForm(p); });
+        return;
+    }
+    if (spacing == 2)
+    {
+        // Two points: (p0 + p1, p0 - p1).
+        const __m128 x = _mm_loadu_ps(data);
+        _mm_storeu_ps(data, _mm_add_ps(_mm_movelh_ps(x, x), _mm_xor_ps(_mm_movehl_ps(x, x), negateHigh)));
+        return;
+    }
+    for (int j = 0; j < spacing; j += 4)
+    {
+        const __m128 x0 = _mm_loadu_ps(data + j);
+        const __m128 x1 = _mm_loadu_ps(data + j + spacing);
+        _mm_storeu_ps(data + j, _mm_add_ps(x0, x1));
+        _mm_storeu_ps(data + j + spacing, _mm_sub_ps(x0, x1));
     }
 }
 
 // Turns the transform of the packed pairs (x[2m], x[2m+1]) into the first
-// half of the real transform: X[k] = Z[k] - y*D and
-// Z[N-k] += conj(y*D), with D = Z[k] - conj(Z[N-k]) and
-// y = (1 + i*e^(2*pi*i*k/n))/2. The inverse path uses the same step on the
-// conjugated spectrum.
+// half of the real transform: with D = Z[k] - conj(Z[N-k]) and the factor
+// y = (wkr, wki), Z[k] -= y*D and Z[N-k] += conj(y*D). The inverse path
+// uses the same step on the conjugated spectrum.
 void CFFT::realSplit(float* data) const
 {
     const int points = n / 2;
-    const float* splitCos = table.data() + n / 4;
+    const float* c = table.data() + n / 4;
     const int splitCount = n / 4;
 
     // k = 1 on its own, so that the rest pairs up.
@@ -269,16 +372,16 @@ void CFFT::realSplit(float* data) const
     {
         const int k = 1;
         const int j = points - k;
-        const float yr = 0.5f - splitCos[splitCount - k];
-        const float yi = splitCos[k];
-        const float dr = data[2 * k] - data[2 * j];
-        const float di = data[2 * k + 1] + data[2 * j + 1];
-        const float pr = yr * dr - yi * di;
-        const float pi = yr * di + yi * dr;
-        data[2 * k] -= pr;
-        data[2 * k + 1] -= pi;
-        data[2 * j] += pr;
-        data[2 * j + 1] -= pi;
+        const float wkr = 0.5f - c[splitCount - k];
+        const float wki = c[k];
+        const float xr = data[2 * k] - data[2 * j];
+        const float xi = data[2 * k + 1] + data[2 * j + 1];
+        const float yr = wkr * xr - wki * xi;
+        const float yi = wkr * xi + wki * xr;
+        data[2 * k] -= yr;
+        data[2 * k + 1] -= yi;
+        data[2 * j] += yr;
+        data[2 * j + 1] -= yi;
     }
 
     // k, k+1 in one register and their partners N-k, N-k-1 in another.
@@ -291,7 +394,6 @@ void CFFT::realSplit(float* data) const
         const __m128 zj = swapPoints(_mm_loadu_ps(high));
         // D = (Zk.r - Zj.r, Zk.i + Zj.i)
         const __m128 d = _mm_add_ps(zk, _mm_xor_ps(zj, negateEven));
-        // y*D = (yr*dr - yi*di, yr*di + yi*dr)
         const __m128 yd = multiply(d, _mm_loadu_ps(y), _mm_loadu_ps(y + 4));
         _mm_storeu_ps(low, _mm_sub_ps(zk, yd));
         _mm_storeu_ps(high, swapPoints(_mm_add_ps(zj, _mm_xor_ps(yd, negateOdd))));

@@ -10,9 +10,10 @@
 // i.e. the imaginary part with the opposite of the usual sign.
 // Forward then inverse scales the data by n/2; callers scale.
 //
-// The passes run two complex points per SSE2 register. Every value is formed
-// by the same operations on the same operands as in the one-point-at-a-time
-// form of the algorithm, so the results are the same bits.
+// The output bits are part of the plug-in's behaviour: the tables are made
+// in single precision and every butterfly forms its values with the same
+// operations on the same operands as the classic one-butterfly-at-a-time
+// code of this algorithm, two butterflies per SSE2 register.
 class CFFT
 {
 public:
@@ -29,26 +30,32 @@ public:
 private:
     void bitReverse(float* data) const;
     void complexPass(float* data) const;
+    void firstStage(float* data) const;
+    void middleStage(float* data, int spacing) const;
+    void lastStage(float* data, int spacing) const;
     void realSplit(float* data) const;
 
     int n;
     float invN;
-    // [0] twiddle count, [1] split-table count, then bit-reversed seeds.
+    // [0] twiddle count, [1] split-table count, then bit-reversal seeds.
     std::vector<int> workArea;
     int seedBits = 1;
-    // First n/4: e^(2*pi*i*m/(n/2)) for the first quadrant as (cos, sin)
-    // pairs; last n/4: 0.5*cos(2*pi*k/n) for the real split step.
+    // First n/4: the twiddles, first-quadrant (cos, sin) pairs in
+    // bit-reversed order; last n/4: the split step's halved cosines.
     std::vector<float> table;
 
-    // The bit reversal as a list of swaps: complex point indices (i, j)
-    // with j the reversal of i and i < j, so every pair is swapped once.
+    // The bit reversal of the data as a list of swaps: complex point indices
+    // (i, j) with j the reversal of i and i < j.
     std::vector<int> reversalSwaps;
-    // Twiddles of every radix-4 stage after the first, already rotated into
-    // the right quadrant: for each pair of neighbouring butterflies k, k+1
-    // and each of w^k, w^2k, w^3k, the real parts as (c_k, c_k, c_k+1,
-    // c_k+1) and the imaginary parts as (-s_k, s_k, -s_k+1, s_k+1).
-    std::vector<float> stageTwiddles;
-    // The real split step's factor y = (yr, yi) for every k, laid out the
-    // same way for pairs of neighbouring k.
+    // Per butterfly group q = 1, 2, ...: k1, k2, k3 of the group's first half,
+    // then k1, k2 turned a quarter (the second half's form), k3 of the second
+    // half, six (real, imaginary) pairs in all.
+    std::vector<float> groupTwiddles;
+    // The same twiddles as the first stage uses them, a group's two halves
+    // side by side: per q six registers (k1r, k1i, k2r, k2i, k3r, k3i), each
+    // (first, first, second, second).
+    std::vector<float> firstStageTwiddles;
+    // The real split step's factor (wkr, wki) for pairs of neighbouring
+    // points, as (wkr, wkr, wkr', wkr') and (-wki, wki, -wki', wki').
     std::vector<float> splitTwiddles;
 };

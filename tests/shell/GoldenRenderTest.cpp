@@ -16,11 +16,11 @@ namespace
 // FNV-1a over the output float bits (left block, then right block) of the
 // signal made by GoldenRender.cpp, programs 0 to 16.
 const char* const goldenChecksums[factoryProgramCount] = {
-    "1f594f1b54bdbb41", "8d7c1efcf0d14afd", "d40a63e0fc0472ee", "f2ac7e5b8560f311",
-    "ba07516602fc579f", "dc1ee12a56afc7bd", "21bcde11a5ee617b", "183867808baa4c02",
-    "c887375801b66435", "25244c93318df5b8", "e8fb62ea36afdc7d", "1428e0d53530f583",
-    "407a775cbb92b7d9", "f07f04a551f5c760", "b457e4e1538912a8", "2b600c344852510c",
-    "4747a1b2c2e511dd",
+    "e1b264a21d9b29b1", "eee9f981c7b69299", "2b79add5918cbf58", "d6617c0bfdd27101",
+    "1ff3c5a478b20353", "e130cbc0a96962a3", "70790f52afa2444b", "7a3227d254854a39",
+    "0d9adb62885ab57e", "b16ca11607fecf55", "1f7ba8c76d8ae0e0", "eee53f48a5754735",
+    "407a775cbb92b7d9", "233909947c86882d", "a49b27615b9dce3e", "a25033b2eb6b731d",
+    "ee845918c4d8d275",
 };
 
 struct Rendered

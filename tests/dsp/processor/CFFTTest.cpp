@@ -55,60 +55,91 @@ double rms(const std::vector<float>& x)
     return std::sqrt(sum / double(x.size()));
 }
 
-// The transform one complex point at a time, straight from its definition:
-// bit reversal recomputed per index, twiddles rotated out of the
-// first-quadrant table per butterfly, the split step pair by pair. The
-// transform under test must give exactly these bits.
-class OnePointAtATimeFft
+// One butterfly's three twiddles (real, imaginary).
+struct Twiddles
+{
+    float k1r = 1, k1i = 0, k2r = 1, k2i = 0, k3r = 1, k3i = 0;
+};
+
+// The transform written out plainly, one float operation per statement in
+// the order the optimised one must keep: tables made in single precision,
+// a radix-4 pass whose butterflies take one of three forms, the twiddle
+// recurrence for the third twiddle, the real split step. The transform under
+// test must give exactly these bits.
+class PlainRealFft
 {
 public:
-    explicit OnePointAtATimeFft(int n) : n(n), quadrant(size_t(n / 4)), splitCos(size_t(n / 4))
+    explicit PlainRealFft(int n) : n(n), w(size_t(n / 4 + 2)), c(size_t(n / 4 + 1))
     {
-        const int points = n / 2;
-        for (int m = 0; m < points / 4; ++m)
+        const int nw = n / 4;
+        if (nw > 2)
         {
-            quadrant[size_t(2 * m)] = float(std::cos(2.0 * M_PI * m / points));
-            quadrant[size_t(2 * m + 1)] = float(std::sin(2.0 * M_PI * m / points));
+            const int nwh = nw / 2;
+            const float delta = std::atan(1.0f) / (float)nwh;
+            w[0] = 1;
+            w[1] = 0;
+            w[nwh] = std::cos(delta * (float)nwh);
+            w[nwh + 1] = w[nwh];
+            for (int j = 2; j < nwh; j += 2)
+            {
+                const float x = std::cos(delta * (float)j);
+                const float y = std::sin(delta * (float)j);
+                w[j] = x;
+                w[j + 1] = y;
+                w[nw - j] = y;
+                w[nw - j + 1] = x;
+            }
+            bitReverse(w.data(), nw / 2);
         }
-        for (int k = 0; k < n / 4; ++k)
-            splitCos[size_t(k)] = float(0.5 * std::cos(2.0 * M_PI * k / n));
+        nc = n / 4;
+        if (nc > 1)
+        {
+            const int nch = nc / 2;
+            const float delta = std::atan(1.0f) / (float)nch;
+            c[0] = std::cos(delta * (float)nch);
+            c[nch] = 0.5f * c[0];
+            for (int j = 1; j < nch; ++j)
+            {
+                c[j] = 0.5f * std::cos(delta * (float)j);
+                c[nc - j] = 0.5f * std::sin(delta * (float)j);
+            }
+        }
     }
 
-    void transform(float* data, bool inverse) const
+    void transform(float* a, bool inverse) const
     {
         if (!inverse)
         {
             if (n > 4)
             {
-                bitReverse(data);
-                complexPass(data);
-                realSplit(data);
+                bitReverse(a, n / 2);
+                complexPass(a);
+                realSplit(a);
             }
             else
-                complexPass(data);
-            const float difference = data[0] - data[1];
-            data[0] = data[0] + data[1];
-            data[1] = difference;
+                complexPass(a);
+            const float xi = a[0] - a[1];
+            a[0] = a[0] + a[1];
+            a[1] = xi;
             return;
         }
-        data[1] = 0.5f * (data[1] - data[0]);
-        data[0] = data[0] + data[1];
+        a[1] = 0.5f * (a[1] - a[0]);
+        a[0] = a[0] + a[1];
         for (int i = 3; i < n; i += 2)
-            data[i] = -data[i];
+            a[i] = -a[i];
         if (n > 4)
         {
-            realSplit(data);
-            bitReverse(data);
+            realSplit(a);
+            bitReverse(a, n / 2);
         }
-        complexPass(data);
+        complexPass(a);
         for (int i = 1; i < n; i += 2)
-            data[i] = -data[i];
+            a[i] = -a[i];
     }
 
 private:
-    void bitReverse(float* data) const
+    static void bitReverse(float* a, int points)
     {
-        const int points = n / 2;
         for (int i = 0; i < points; ++i)
         {
             int reversed = 0;
@@ -117,100 +148,180 @@ private:
                     reversed |= mirror;
             if (i < reversed)
             {
-                std::swap(data[2 * i], data[2 * reversed]);
-                std::swap(data[2 * i + 1], data[2 * reversed + 1]);
+                std::swap(a[2 * i], a[2 * reversed]);
+                std::swap(a[2 * i + 1], a[2 * reversed + 1]);
             }
         }
     }
 
-    void rotate(int m, float& c, float& s) const
+    enum class Form
     {
-        const int quarter = n / 8;
-        const int q = quarter > 0 ? m / quarter : 0;
-        const float tc = quarter > 0 ? quadrant[size_t(2 * (m - q * quarter))] : 1.0f;
-        const float ts = quarter > 0 ? quadrant[size_t(2 * (m - q * quarter) + 1)] : 0.0f;
-        const float cs[4][2] = {{tc, ts}, {-ts, tc}, {-tc, -ts}, {ts, -tc}};
-        c = cs[q & 3][0];
-        s = cs[q & 3][1];
+        plain,
+        eighthTurn,
+        twiddled,
+        twiddledTurned
+    };
+
+    // Group q's twiddles, first or second half.
+    Twiddles twiddles(int q, bool secondHalf) const
+    {
+        const int i1 = 2 * q, i2 = 2 * i1;
+        const float wr2 = w[i1], wi2 = w[i1 + 1];
+        Twiddles k;
+        k.k2r = wr2;
+        k.k2i = wi2;
+        if (!secondHalf)
+        {
+            k.k1r = w[i2];
+            k.k1i = w[i2 + 1];
+            k.k3r = k.k1r - 2 * wi2 * k.k1i;
+            k.k3i = 2 * wi2 * k.k1r - k.k1i;
+        }
+        else
+        {
+            k.k1r = w[i2 + 2];
+            k.k1i = w[i2 + 3];
+            k.k3r = k.k1r - 2 * wr2 * k.k1i;
+            k.k3i = 2 * wr2 * k.k1r - k.k1i;
+        }
+        return k;
     }
 
-    void complexPass(float* data) const
+    void butterfly(float* a, int j, int L, Form form, const Twiddles& k = Twiddles()) const
     {
-        const int points = n / 2;
-        int stages = 0;
-        while ((1 << stages) < points)
-            ++stages;
-        int span = 1;
-        if (stages & 1)
+        const int j1 = j + L, j2 = j1 + L, j3 = j2 + L;
+        float x0r = a[j] + a[j1], x0i = a[j + 1] + a[j1 + 1];
+        const float x1r = a[j] - a[j1], x1i = a[j + 1] - a[j1 + 1];
+        const float x2r = a[j2] + a[j3], x2i = a[j2 + 1] + a[j3 + 1];
+        const float x3r = a[j2] - a[j3], x3i = a[j2 + 1] - a[j3 + 1];
+        float u, v;
+        switch (form)
         {
-            for (int p = 0; p < points; p += 2)
-            {
-                float* a = data + 2 * p;
-                const float xr = a[2], xi = a[3];
-                a[2] = a[0] - xr;
-                a[3] = a[1] - xi;
-                a[0] = a[0] + xr;
-                a[1] = a[1] + xi;
-            }
-            span = 2;
+        case Form::plain:
+            a[j] = x0r + x2r;
+            a[j + 1] = x0i + x2i;
+            a[j2] = x0r - x2r;
+            a[j2 + 1] = x0i - x2i;
+            a[j1] = x1r - x3i;
+            a[j1 + 1] = x1i + x3r;
+            a[j3] = x1r + x3i;
+            a[j3 + 1] = x1i - x3r;
+            return;
+        case Form::eighthTurn:
+        {
+            const float s = w[2];
+            a[j] = x0r + x2r;
+            a[j + 1] = x0i + x2i;
+            a[j2] = x2i - x0i;
+            a[j2 + 1] = x0r - x2r;
+            u = x1r - x3i;
+            v = x1i + x3r;
+            a[j1] = s * (u - v);
+            a[j1 + 1] = s * (u + v);
+            u = x3i + x1r;
+            v = x3r - x1i;
+            a[j3] = s * (v - u);
+            a[j3 + 1] = s * (v + u);
+            return;
         }
-        for (; span < points; span *= 4)
-        {
-            const int step = points / (4 * span);
-            for (int k = 0; k < span; ++k)
+        case Form::twiddled:
+        case Form::twiddledTurned:
+            a[j] = x0r + x2r;
+            a[j + 1] = x0i + x2i;
+            x0r = x0r - x2r;
+            x0i = x0i - x2i;
+            if (form == Form::twiddled)
             {
-                float w1r, w1i, w2r, w2i, w3r, w3i;
-                rotate(k * step, w1r, w1i);
-                rotate(2 * k * step, w2r, w2i);
-                rotate(3 * k * step, w3r, w3i);
-                for (int start = 0; start < points; start += 4 * span)
+                a[j2] = k.k2r * x0r - k.k2i * x0i;
+                a[j2 + 1] = k.k2r * x0i + k.k2i * x0r;
+            }
+            else
+            {
+                a[j2] = -k.k2i * x0r - k.k2r * x0i;
+                a[j2 + 1] = -k.k2i * x0i + k.k2r * x0r;
+            }
+            u = x1r - x3i;
+            v = x1i + x3r;
+            a[j1] = k.k1r * u - k.k1i * v;
+            a[j1 + 1] = k.k1r * v + k.k1i * u;
+            u = x1r + x3i;
+            v = x1i - x3r;
+            a[j3] = k.k3r * u - k.k3i * v;
+            a[j3 + 1] = k.k3r * v + k.k3i * u;
+            return;
+        }
+    }
+
+    void complexPass(float* a) const
+    {
+        int l = 2;
+        if (n > 8)
+        {
+            butterfly(a, 0, 2, Form::plain);
+            butterfly(a, 8, 2, Form::eighthTurn);
+            for (int j = 16, q = 1; j < n; j += 16, ++q)
+            {
+                butterfly(a, j, 2, Form::twiddled, twiddles(q, false));
+                butterfly(a, j + 8, 2, Form::twiddledTurned, twiddles(q, true));
+            }
+            l = 8;
+            while (4 * l < n)
+            {
+                const int m = 4 * l;
+                for (int j = 0; j < l; j += 2)
+                    butterfly(a, j, l, Form::plain);
+                for (int j = m; j < m + l; j += 2)
+                    butterfly(a, j, l, Form::eighthTurn);
+                for (int k = 2 * m, q = 1; k < n; k += 2 * m, ++q)
                 {
-                    float* p0 = data + 2 * (start + k);
-                    float* p1 = p0 + 2 * span;
-                    float* p2 = p1 + 2 * span;
-                    float* p3 = p2 + 2 * span;
-                    const float t0r = p0[0], t0i = p0[1];
-                    const float t2r = p1[0] * w2r - p1[1] * w2i, t2i = p1[0] * w2i + p1[1] * w2r;
-                    const float t1r = p2[0] * w1r - p2[1] * w1i, t1i = p2[0] * w1i + p2[1] * w1r;
-                    const float t3r = p3[0] * w3r - p3[1] * w3i, t3i = p3[0] * w3i + p3[1] * w3r;
-                    const float sum02r = t0r + t2r, sum02i = t0i + t2i, dif02r = t0r - t2r, dif02i = t0i - t2i;
-                    const float sum13r = t1r + t3r, sum13i = t1i + t3i, dif13r = t1r - t3r, dif13i = t1i - t3i;
-                    p0[0] = sum02r + sum13r;
-                    p0[1] = sum02i + sum13i;
-                    p1[0] = dif02r - dif13i;
-                    p1[1] = dif02i + dif13r;
-                    p2[0] = sum02r - sum13r;
-                    p2[1] = sum02i - sum13i;
-                    p3[0] = dif02r + dif13i;
-                    p3[1] = dif02i - dif13r;
+                    for (int j = k; j < k + l; j += 2)
+                        butterfly(a, j, l, Form::twiddled, twiddles(q, false));
+                    for (int j = k + m; j < k + m + l; j += 2)
+                        butterfly(a, j, l, Form::twiddledTurned, twiddles(q, true));
                 }
+                l = 4 * l;
             }
+        }
+        if (4 * l == n)
+        {
+            for (int j = 0; j < l; j += 2)
+                butterfly(a, j, l, Form::plain);
+            return;
+        }
+        for (int j = 0; j < l; j += 2)
+        {
+            const int j1 = j + l;
+            const float x0r = a[j] - a[j1], x0i = a[j + 1] - a[j1 + 1];
+            a[j] = a[j] + a[j1];
+            a[j + 1] = a[j + 1] + a[j1 + 1];
+            a[j1] = x0r;
+            a[j1 + 1] = x0i;
         }
     }
 
-    void realSplit(float* data) const
+    void realSplit(float* a) const
     {
-        const int points = n / 2;
-        const int splitCount = n / 4;
-        for (int k = 1; k < points / 2; ++k)
+        const int m = n / 2;
+        const int ks = 2 * nc / m;
+        int kk = 0;
+        for (int j = 2; j < m; j += 2)
         {
-            const int j = points - k;
-            const float yr = 0.5f - splitCos[size_t(splitCount - k)];
-            const float yi = splitCos[size_t(k)];
-            const float dr = data[2 * k] - data[2 * j];
-            const float di = data[2 * k + 1] + data[2 * j + 1];
-            const float pr = yr * dr - yi * di;
-            const float pi = yr * di + yi * dr;
-            data[2 * k] -= pr;
-            data[2 * k + 1] -= pi;
-            data[2 * j] += pr;
-            data[2 * j + 1] -= pi;
+            const int k = n - j;
+            kk += ks;
+            const float wkr = 0.5f - c[nc - kk], wki = c[kk];
+            const float xr = a[j] - a[k], xi = a[j + 1] + a[k + 1];
+            const float yr = wkr * xr - wki * xi, yi = wkr * xi + wki * xr;
+            a[j] = a[j] - yr;
+            a[j + 1] = a[j + 1] - yi;
+            a[k] = a[k] + yr;
+            a[k + 1] = a[k + 1] - yi;
         }
     }
 
     int n;
-    std::vector<float> quadrant;
-    std::vector<float> splitCos;
+    int nc = 0;
+    std::vector<float> w;
+    std::vector<float> c;
 };
 
 bool sameBits(float a, float b)
@@ -269,19 +380,19 @@ TEST(CFFT, ForwardThenInverseThenScaleHalvesTheInput)
     }
 }
 
-TEST(CFFT, GivesTheBitsOfTheOnePointAtATimeForm)
+TEST(CFFT, GivesTheBitsOfThePlainTransform)
 {
     // Noise with exact zeros of both signs sprinkled in: products with zero
     // twiddles and sums of opposite zeros are where a reordered operation
     // would first change a sign bit.
-    for (int n : {4, 8, 16, 32, 64, 128, 256, 512, 1024, 2048, 4096})
+    for (int n : {4, 8, 16, 32, 64, 128, 256, 512, 1024, 2048, 4096, 8192})
         for (bool inverse : {false, true})
         {
             std::vector<float> x = noise(n, 1234u + uint32_t(n) + (inverse ? 1u : 0u));
             for (int i = 0; i < n; i += 7)
                 x[size_t(i)] = (i % 3 == 0) ? -0.0f : 0.0f;
             std::vector<float> expected = x;
-            OnePointAtATimeFft(n).transform(expected.data(), inverse);
+            PlainRealFft(n).transform(expected.data(), inverse);
             CFFT fft(n);
             fft.transform(x.data(), inverse);
             for (int i = 0; i < n; ++i)
