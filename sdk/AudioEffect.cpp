@@ -92,26 +92,25 @@ VstIntPtr AudioEffect::dispatcher(VstInt32 opcode, VstInt32 index, VstIntPtr val
     case effGetParamLabel:
     case effGetParamDisplay:
     case effGetParamName:
-        if (!text)
+        // A parameter the effect does not have leaves the host's buffer as
+        // it was; one it has gets an empty text rather than whatever the
+        // buffer held, should the effect write nothing.
+        if (!text || !isParameterIndex(index))
         {
             return 0;
         }
-        // An empty text rather than whatever the host's buffer held.
         text[0] = '\0';
-        if (isParameterIndex(index))
+        if (opcode == effGetParamLabel)
         {
-            if (opcode == effGetParamLabel)
-            {
-                getParameterLabel(index, text);
-            }
-            else if (opcode == effGetParamDisplay)
-            {
-                getParameterDisplay(index, text);
-            }
-            else
-            {
-                getParameterName(index, text);
-            }
+            getParameterLabel(index, text);
+        }
+        else if (opcode == effGetParamDisplay)
+        {
+            getParameterDisplay(index, text);
+        }
+        else
+        {
+            getParameterName(index, text);
         }
         return 0;
     case effSetSampleRate:

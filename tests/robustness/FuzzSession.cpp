@@ -254,8 +254,13 @@ void FuzzSession::dispatch(FuzzReader& input)
     case effGetParamLabel:
     case effGetParamDisplay:
     case effGetParamName:
-        dispatchText(opcode, index, value, opt, kVstMaxParamStrLen, sizeChoice, true);
+    {
+        // A parameter the plug-in lacks leaves every byte of the host's
+        // buffer as it was (a limit of -1: nothing may be written).
+        const bool known = index >= 0 && index < module.effect()->numParams;
+        dispatchText(opcode, index, value, opt, known ? kVstMaxParamStrLen : -1, sizeChoice, known);
         break;
+    }
     case effGetProgramName:
         dispatchText(opcode, index, value, opt, kVstMaxProgNameLen, sizeChoice, true);
         break;

@@ -233,7 +233,7 @@ TEST_F(AudioEffectDispatcher, ParameterTextsOnlyForValidIndicesAndBuffers)
     {
         for (VstInt32 index : {-1, 2, 1000, std::numeric_limits<VstInt32>::min()})
         {
-            EXPECT_EQ(text(opcode, index), std::make_pair(VstIntPtr{0}, std::string())) << opcode << ", " << index;
+            EXPECT_EQ(text(opcode, index), std::make_pair(VstIntPtr{0}, std::string("garbage"))) << opcode << ", " << index;
         }
         EXPECT_EQ(dispatch(opcode, 0, 0, nullptr), 0);
     }

@@ -6,6 +6,7 @@
 
 #include <dlfcn.h>
 
+#include <cstring>
 #include <limits>
 #include <set>
 #include <sstream>
@@ -175,6 +176,20 @@ TEST_F(PluginModule, ProgramsAndParametersOutsideTheTablesChangeNothing)
         plugin.setParameter(bad, 0.77f);
         EXPECT_EQ(plugin.getParameter(bad), 0.0f) << bad;
         EXPECT_EQ(values(), before) << "after setParameter " << bad;
+    }
+    // Texts of a parameter the plug-in does not have: the host's buffer
+    // comes back byte for byte as it went in, terminator or none.
+    for (VstInt32 opcode : {effGetParamName, effGetParamLabel, effGetParamDisplay})
+    {
+        for (VstInt32 bad : {13, 1000, -1})
+        {
+            char buffer[64];
+            std::memset(buffer, 0xA5, sizeof buffer);
+            char sent[sizeof buffer];
+            std::memcpy(sent, buffer, sizeof buffer);
+            EXPECT_EQ(plugin.dispatch(opcode, bad, 0, buffer), 0);
+            EXPECT_EQ(std::memcmp(buffer, sent, sizeof buffer), 0) << "opcode " << opcode << ", index " << bad;
+        }
     }
     // Other programs are untouched too.
     plugin.setProgram(17);
