@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-std::atomic<uint32_t> randState{0};
-
 namespace
 {
 constexpr float minSampleRate = 22050.0f;

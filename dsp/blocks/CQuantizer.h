@@ -1,21 +1,17 @@
 #pragma once
 
 #include "blocks/ChannelLanes.h"
+#include "blocks/RandomGenerator.h"
 
 #include <atomic>
 #include <cstdint>
 
-// Dither generator shared by every quantizer in the process (all channels,
-// all plug-in instances): a linear congruential generator that starts at 0
-// when the module is loaded and is never reseeded. Races between instances
-// only reorder or repeat dither values.
-extern std::atomic<uint32_t> randState;
-// Advances randState and returns an integer 0..32767.
+// Advances the dither generator's state and returns an integer 0..32767.
 inline int nextRandom()
 {
     // A plain load and store, not an atomic read-modify-write: instances on
     // other threads may interleave, which only reorders the dither.
-    const uint32_t state = randState.load(std::memory_order_relaxed) * 214013u + 2531011u;
+    const uint32_t state = RandomGenerator::next(randState.load(std::memory_order_relaxed));
     randState.store(state, std::memory_order_relaxed);
     return static_cast<int>((state >> 16) & 0x7FFFu);
 }
@@ -158,15 +154,15 @@ public:
         // Four interleaved streams, each stepping four states at once:
         // x -> a^4 x + c (a^3 + a^2 + a + 1) modulo 2^32 is exactly four
         // single steps, and the four multiplications run side by side.
-        constexpr uint32_t a = 214013u;
-        constexpr uint32_t c = 2531011u;
+        constexpr uint32_t a = RandomGenerator::multiplier;
+        constexpr uint32_t c = RandomGenerator::increment;
         constexpr uint32_t a4 = a * a * a * a;
         constexpr uint32_t c4 = c * (a * a * a + a * a + a + 1u);
         uint32_t state = randState.load(std::memory_order_relaxed);
         uint32_t stream[4];
         uint32_t next = state;
         for (uint32_t& x : stream)
-            x = next = next * a + c;
+            x = next = RandomGenerator::next(next);
         int k = 0;
         for (; k + 4 <= count; k += 4)
         {
@@ -178,7 +174,7 @@ public:
         }
         for (; k < count; ++k)
         {
-            state = state * a + c;
+            state = RandomGenerator::next(state);
             draws[k] = ditherOf(state);
         }
         randState.store(state, std::memory_order_relaxed);

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "blocks/C1LPF.h"
 #include "blocks/ChannelLanes.h"
 
 #include <initializer_list>
@@ -137,13 +136,12 @@ public:
         peak = 0.0f;
         return held;
     }
-    virtual int getLatency() const;
+    // The estimate concerns the sample before the newest.
+    virtual int getLatency() const { return 1; }
 
 private:
     static constexpr int historyLength = 4;
 
     float history[historyLength]; // newest first
     float peak;
-    int latency;
-    C1LPF lowpass;
 };

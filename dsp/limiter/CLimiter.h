@@ -1,30 +1,34 @@
 #pragma once
 
-#include "blocks/C1HPF.h"
-#include "blocks/C1LPF.h"
-#include "blocks/CQuantizer.h"
-#include "blocks/CVu.h"
-#include "limiter/CISPDetector.h"
-#include "limiter/CSlidingMaximum.h"
 #include "processor/CPsychoProcessor.h"
 
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <vector>
+
+class CInputStage;
+class CPeakDetection;
+class CSlidingMaximum;
+class CGainSmoother;
+class COutputStage;
+class CLimiterMeters;
+class CFrameSaturation;
+namespace LimiterLanes
+{
+struct Chunk;
+struct BlockSettings;
+}
 
 // Look-ahead brick-wall limiter for N channels: input gain, spectral
 // saturation on FFT frames, sample- or true-peak detection read ahead of a
 // delay line, sliding maximum with attack/release and stereo link, four
 // smoothing sections, word-length reduction, a clip at the ceiling, meters.
 //
-// The per-sample work runs in stages over chunks of up to 512 samples, with
-// channel pairs side by side in the lanes of SSE2 registers and each
-// stage's running state in registers; what couples the channels (the link,
-// and the noise and dither generators they share, drawn frame by frame in
-// channel order) runs across them. Every sample gets the same operations in
-// the same order as in a loop over samples and channels, so the output is
-// the same bits.
+// The stages run over chunks of up to 512 samples, channel pairs side by
+// side; what couples the channels (the link, and the noise and dither
+// generators they share, drawn frame by frame in channel order) runs across
+// the pairs. Every sample gets the same operations in the same order as in
+// a loop over samples and channels, so the output is the same bits.
 //
 // Settings may be written from any thread while process() runs: they are
 // relaxed atomics, read once per block. Changes that need the per-channel
@@ -34,6 +38,7 @@ class CLimiter : public CPsychoProcessor
 {
 public:
     explicit CLimiter(int channels);
+    ~CLimiter() override;
 
     void process(const float* const* in, float* const* out, int frames) override;
     void clear() override;
@@ -66,103 +71,27 @@ public:
     float getClipLevel() const { return clipLevel.load(std::memory_order_relaxed); }
 
 private:
-    static constexpr int delayLength = 512;
-    static constexpr int delayMask = delayLength - 1;
-    // Samples per pass of the per-sample stages.
-    static constexpr int chunkLength = 512;
-
-    struct Channel
-    {
-        Channel() : truePeakDetector(44100.0f) {}
-        C1HPF inputFilter;
-        C1LPF rmsSmoother;
-        CVu rmsMeter;
-        CVu peakMeter;
-        CVu gainMeter;
-        CVu saturationMeter;
-        CISPDetector truePeakDetector;
-        CQuantizer quantizer;
-        float envelope;
-        float smoother[4];
-        std::vector<float> inputBandPower;
-    };
-
-    // A pair of channels processed side by side in lanes 0-1 of SSE2
-    // registers; where the work allows, lanes 2-3 take a second sample,
-    // segment or smoothing section of the same pair. More channels take
-    // more pairs, coupled by the link.
-    struct ChannelGroup
-    {
-        static constexpr int lanes = 2;
-        using LaneFrame = float[ChannelLanes::width];
-
-        int first = 0;
-        int count = 0;
-        // Samples of the chunk in process whose input filter ran before the
-        // detection; the rest run with the gain.
-        int filteredFirst = 0;
-        // The group's channels and their blocks, as the Lanes classes take them.
-        Channel* channel[lanes] = {};
-        C1LPF* inputFilter[lanes] = {};
-        C1LPF* rmsSmoother[lanes] = {};
-        CVu* rmsMeter[lanes] = {};
-        CVu* peakMeter[lanes] = {};
-        CVu* gainMeter[lanes] = {};
-        CISPDetector* truePeakDetector[lanes] = {};
-        CQuantizer* quantizer[lanes] = {};
-
-        // The audio delay lines, and the detection buffers with the held
-        // maxima.
-        alignas(16) LaneFrame delay[delayLength] = {};
-        CSlidingMaximum peakHold;
-        // The chunk in process, as one stage hands it to the next.
-        alignas(16) LaneFrame input[chunkLength] = {};   // gained input with the noise floor
-        alignas(16) LaneFrame delayed[chunkLength] = {}; // the delay line's output tap
-        alignas(16) LaneFrame held[chunkLength] = {};    // sliding maximum
-        alignas(16) LaneFrame envelope[chunkLength] = {};
-        alignas(16) LaneFrame dither[chunkLength] = {};  // the quantizers' dither draws
-        alignas(16) LaneFrame gain[chunkLength] = {};
-        alignas(16) LaneFrame output[chunkLength] = {};
-        alignas(16) LaneFrame meanSquare[chunkLength] = {}; // the RMS meter's input
-    };
-
     // Scalar coefficients (any thread) and per-channel blocks (audio thread
     // or while not processing).
     void updateCoefficients();
     void updateLookahead(float seconds);
     void configureChannels();
+    void readSettings();
 
-    // The per-sample stages of one chunk of out, in place.
-    void processChunk(float* const* out, int offset, int count, uint32_t& noise);
-    // Input filter, delay line, detection, sliding maximum and envelope.
-    void detectPeaks(ChannelGroup& group, int count);
-    // Link, smoothing, gain, quantizer, clip and meters into out.
-    void applyGain(ChannelGroup& group, float* const* out, int offset, int count);
-    // Its per-sample loop, for what is fixed for the block.
-    template <int channelsAlone, bool lowerHalf, bool quantizing>
-    void smoothAndApplyGain(ChannelGroup& group, int count);
-
-    // Settings as read at the start of the current block.
-    struct BlockSettings
-    {
-        float inputGain = 1.0f;
-        float clipLevel = 1.0f;
-        float saturation = 0.0f;
-        float preGain = 1.0f;
-        float detectionGain = 1.0f;
-        bool truePeak = false;
-        float ceiling = 1.0f;
-        float link = 0.0f;
-        int lookahead = 4;
-        float attackCoef = 0.0f;
-        float releaseCoef = 0.0f;
-        float smoothCoef = 0.0f;
-    };
+    // The stages over one chunk of out, in place.
+    void processChunk(float* const* out, int offset, int count);
 
     const int channels;
-    std::unique_ptr<Channel[]> channel;
-    const int groupCount;
-    std::unique_ptr<ChannelGroup[]> group;
+    const int pairs;
+    std::unique_ptr<CInputStage> input;
+    std::unique_ptr<CPeakDetection> detection;
+    std::unique_ptr<CSlidingMaximum[]> hold;
+    std::unique_ptr<CGainSmoother> smoothing;
+    std::unique_ptr<COutputStage> output;
+    std::unique_ptr<CLimiterMeters> meters;
+    std::unique_ptr<CFrameSaturation> saturationStage;
+    std::unique_ptr<LimiterLanes::Chunk[]> chunk;
+    std::unique_ptr<LimiterLanes::BlockSettings> block;
 
     std::atomic<float> inputGain;
     std::atomic<float> ceiling;
@@ -185,18 +114,4 @@ private:
     std::atomic<bool> updatePending;
 
     int writeIndex;
-    BlockSettings block;
-
-    std::vector<float> residualFrame;
-    std::vector<float> residualSpectrum;
-    std::vector<float> maskThreshold;
-    std::vector<float> residualBandPower;
-    // Per sample of the chunk: the largest held maximum and envelope over
-    // the channels.
-    std::vector<float> linkedHold;
-    std::vector<float> linkedEnvelope;
-    // The chunk's dither draws, frame by frame, for the channels whose
-    // quantizer is active, in channel order.
-    std::vector<int> quantizingChannel;
-    std::vector<float> ditherDraws;
 };
