@@ -131,10 +131,10 @@ inline __m128 lowFromHighFrom(__m128 low, __m128 high)
     return _mm_shuffle_ps(low, high, _MM_SHUFFLE(3, 2, 1, 0));
 }
 
-inline Twiddles broadcast(const float* k)
+inline Twiddles load(const float* k)
 {
-    return {_mm_set1_ps(k[0]), _mm_set1_ps(k[1]), _mm_set1_ps(k[2]), _mm_set1_ps(k[3]), _mm_set1_ps(k[4]),
-        _mm_set1_ps(k[5])};
+    return {_mm_loadu_ps(k), _mm_loadu_ps(k + 4), _mm_loadu_ps(k + 8), _mm_loadu_ps(k + 12), _mm_loadu_ps(k + 16),
+        _mm_loadu_ps(k + 20)};
 }
 
 inline void swapPoint(float* data, int i, int j)
@@ -251,8 +251,11 @@ void CFFT::makeTables()
         const float first[6] = {k1r, k1i, wr2, wi2, k1r - 2.0f * wi2 * k1i, 2.0f * wi2 * k1r - k1i};
         const float second[6] = {k1rSecond, k1iSecond, -wi2, wr2, k1rSecond - 2.0f * wr2 * k1iSecond,
             2.0f * wr2 * k1rSecond - k1iSecond};
-        groupTwiddles.insert(groupTwiddles.end(), first, first + 6);
-        groupTwiddles.insert(groupTwiddles.end(), second, second + 6);
+        // The middle stages' groups are at least 64 floats apart.
+        if (64 * q < n)
+            for (const float* half : {first, second})
+                for (int i = 0; i < 6; ++i)
+                    groupTwiddles.insert(groupTwiddles.end(), {half[i], half[i], half[i], half[i]});
         for (int i = 0; i < 6; ++i)
             firstStageTwiddles.insert(firstStageTwiddles.end(), {first[i], first[i], second[i], second[i]});
     }
@@ -305,8 +308,7 @@ void CFFT::firstStage(float* data) const
     const float* k = firstStageTwiddles.data();
     for (int j = 16; j < n; j += 16, k += 24)
     {
-        const Twiddles pair{_mm_loadu_ps(k), _mm_loadu_ps(k + 4), _mm_loadu_ps(k + 8), _mm_loadu_ps(k + 12),
-            _mm_loadu_ps(k + 16), _mm_loadu_ps(k + 20)};
+        const Twiddles pair = load(k);
         blockPair(data + j, data + j + 8, [&pair](const Quad& p) { return twiddledForm(p, pair); });
     }
 }
@@ -320,9 +322,9 @@ void CFFT::middleStage(float* data, int spacing) const
     for (int j = group; j < group + spacing; j += 4)
         butterflyPair(data + j, spacing, [s](const Quad& p) { return eighthTurnForm(p, s); });
     const float* k = groupTwiddles.data();
-    for (int start = 2 * group; start < n; start += 2 * group, k += 12)
+    for (int start = 2 * group; start < n; start += 2 * group, k += 48)
     {
-        const Twiddles first = broadcast(k), second = broadcast(k + 6);
+        const Twiddles first = load(k), second = load(k + 24);
         for (int j = start; j < start + spacing; j += 4)
             butterflyPair(data + j, spacing, [&first](const Quad& p) { return twiddledForm(p, first); });
         for (int j = start + group; j < start + group + spacing; j += 4)

@@ -49,11 +49,11 @@ private:
     std::vector<int> reversalSwaps;
     // Per butterfly group q = 1, 2, ...: k1, k2, k3 of the group's first half,
     // then k1, k2 turned a quarter (the second half's form), k3 of the second
-    // half, six (real, imaginary) pairs in all.
+    // half, as twelve registers (k1r, k1i, k2r, k2i, k3r, k3i per half), each
+    // value in all four lanes.
     std::vector<float> groupTwiddles;
     // The same twiddles as the first stage uses them, a group's two halves
-    // side by side: per q six registers (k1r, k1i, k2r, k2i, k3r, k3i), each
-    // (first, first, second, second).
+    // side by side: per q six registers, each (first, first, second, second).
     std::vector<float> firstStageTwiddles;
     // The real split step's factor (wkr, wki) for pairs of neighbouring
     // points, as (wkr, wkr, wkr', wkr') and (-wki, wki, -wki', wki').
