@@ -1,26 +1,7 @@
 #pragma once
 
+#include "ParameterTable.h"
 #include "aeffectx.h"
-
-// Parameter indices: the one vocabulary of the plug-in's parameter table, the
-// limiter settings they drive and the editor's control tags.
-enum ParameterIndex
-{
-    kInputGain,
-    kAttack,
-    kRelease,
-    kLookahead,
-    kTruePeak,
-    kCeiling,
-    kMeterScale,
-    kLink,
-    kAES17,
-    kMonitor,
-    kSaturation,
-    kWordLength,
-    kNoiseShaping,
-    kNumParameters
-};
 
 // What the editor reads from its plug-in beyond the SDK's effect operations:
 // parameter texts and values in units, and the limiter's meters. The plug-in

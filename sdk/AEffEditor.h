@@ -34,6 +34,9 @@ public:
     virtual bool onKeyDown(VstKeyCode&) { return false; }
     virtual bool onKeyUp(VstKeyCode&) { return false; }
     virtual bool setKnobMode(VstInt32) { return false; }
+    // A parameter changed in the effect (host, automation or the editor
+    // itself); index as the effect received it, value normalised.
+    virtual void setParameter(VstInt32, float) {}
 
 protected:
     AudioEffect* effect;

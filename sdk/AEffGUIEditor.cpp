@@ -30,7 +30,3 @@ void AEffGUIEditor::close()
 void AEffGUIEditor::idle()
 {
 }
-
-void AEffGUIEditor::setParameter(VstInt32, float)
-{
-}

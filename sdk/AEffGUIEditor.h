@@ -14,10 +14,6 @@ public:
     void close() override;
     void idle() override;
 
-    // A parameter changed in the effect (host, automation or the editor
-    // itself); index as the effect received it, value normalised.
-    virtual void setParameter(VstInt32 index, float value);
-
     void* getFrame() const { return frame; }
 
 protected:

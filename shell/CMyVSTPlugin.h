@@ -10,9 +10,6 @@
 class CMyVSTPlugin : public CVSTPlugin, public CLimiter, public EditorHost
 {
 public:
-    static constexpr int kNumPrograms = 64;
-    static constexpr int kNumFactoryPrograms = 17;
-
     CMyVSTPlugin(audioMasterCallback audioMaster, int numInputs, int numOutputs, int numPrograms, int numParams);
     ~CMyVSTPlugin() override;
 

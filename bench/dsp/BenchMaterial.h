@@ -1,52 +1,17 @@
 #pragma once
 
+#include "LimiterSettings.h"
 #include "limiter/CLimiter.h"
 
 #include <cmath>
 #include <cstdint>
 #include <vector>
 
-// The factory settings the benchmarks run and the loud generated mix they
-// run on, shared so that every figure concerns the same job.
+// The loud generated mix the benchmarks run the factory programs on (0, sample
+// peaks without word length; 3, true peaks with 24 bits and shaping), shared
+// so that every figure concerns the same job.
 namespace bench
 {
-struct Program
-{
-    float inputGainDb;
-    float attack;
-    float release;
-    float lookahead;
-    bool truePeak;
-    float ceilingDb;
-    float link;
-    bool aes17;
-    bool monitor;
-    float saturation;
-    int8_t bits;
-    float shaping;
-};
-
-// Factory program 0, "Palisorne limiter": sample peaks, no word length.
-const Program palisorneLimiter{0.0f, 0.04f, 0.5f, 0.001f, false, -0.1f, 0.35f, true, false, 0.30f, 0, 0.0f};
-// Factory program 3, "EBU R128 -1 dBTP": true peaks, 24 bits with shaping.
-const Program ebuR128{0.0f, 0.04f, 0.3f, 0.001f, true, -1.0f, 0.40f, true, false, 0.20f, 24, 0.5f};
-
-inline void apply(CLimiter& limiter, const Program& p)
-{
-    limiter.setInputGain(p.inputGainDb);
-    limiter.setAttack(p.attack);
-    limiter.setRelease(p.release);
-    limiter.setLookahead(p.lookahead);
-    limiter.setTruePeak(p.truePeak);
-    limiter.setCeiling(p.ceilingDb);
-    limiter.setLink(p.link);
-    limiter.setAES17(p.aes17);
-    limiter.setMonitor(p.monitor);
-    limiter.setSaturation(p.saturation);
-    limiter.setNumBits(p.bits);
-    limiter.setShaping(p.shaping);
-}
-
 // A stereo mix of bass and lead tones, noise and drum hits; at level 1 it
 // peaks near +10 dBFS, so that every block is limited and most frames
 // saturate.

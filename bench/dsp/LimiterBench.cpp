@@ -8,19 +8,16 @@
 
 namespace
 {
-using bench::ebuR128;
-using bench::palisorneLimiter;
-
 // CLimiter::process on stereo blocks of 512 frames. "realtime_factor" is
 // seconds of audio processed per second of CPU time.
-void limiterProcess(benchmark::State& state, const bench::Program& program)
+void limiterProcess(benchmark::State& state, int program)
 {
     const double fs = static_cast<double>(state.range(0));
     const int block = 512;
     const int frames = 1 << 17;
     CLimiter limiter(2);
     limiter.setSampleRate(static_cast<float>(fs));
-    bench::apply(limiter, program);
+    applyFactoryProgram(limiter, program);
     const auto in = bench::loudMix(fs, frames);
     std::vector<std::vector<float>> out(2, std::vector<float>(static_cast<size_t>(frames)));
     const float* inputs[2];
@@ -52,5 +49,5 @@ void limiterProcess(benchmark::State& state, const bench::Program& program)
 }
 }
 
-BENCHMARK_CAPTURE(limiterProcess, program0, palisorneLimiter)->ArgName("rate")->Arg(44100)->Arg(48000)->Arg(96000);
-BENCHMARK_CAPTURE(limiterProcess, program3, ebuR128)->ArgName("rate")->Arg(44100)->Arg(48000)->Arg(96000);
+BENCHMARK_CAPTURE(limiterProcess, program0, 0)->ArgName("rate")->Arg(44100)->Arg(48000)->Arg(96000);
+BENCHMARK_CAPTURE(limiterProcess, program3, 3)->ArgName("rate")->Arg(44100)->Arg(48000)->Arg(96000);
