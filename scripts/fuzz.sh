@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # Fuzzes the plug-in through its binary interface for SECONDS (default 150)
 # with libFuzzer, AddressSanitizer and UndefinedBehaviorSanitizer (the
-# "asan" preset's build), starting from the generated seed corpus and the
-# corpus of earlier runs. A crash, a sanitizer report or a broken contract
-# (a sample not finite or above the clip level, a text past its limit ...)
-# stops it with the input saved as fuzz-crash-* in the build directory.
+# "asan" preset's build), starting from the corpus of earlier runs (every
+# input reads as a host session, so an empty corpus starts as well). A
+# crash, a sanitizer report or a broken contract (a sample not finite or
+# above the ceiling, a text past its limit ...) stops it with the input
+# saved as fuzz-crash-* in the build directory.
 #   scripts/fuzz.sh [SECONDS] [WORKERS]
 #   ASAN_BUILD_DIR overrides build-asan/; FUZZ_CORPUS the corpus directory.
 set -euo pipefail
@@ -16,9 +17,8 @@ corpus=${FUZZ_CORPUS:-$build/fuzz-corpus}
 cd "$root"
 
 cmake --preset asan -B "$build" >/dev/null
-cmake --build "$build" -j"$(nproc)" --target plugin_fuzzer fuzz_seed_corpus
-mkdir -p "$corpus" "$build/fuzz-seeds"
-"$build/tests/robustness/fuzz_seed_corpus" "$build/fuzz-seeds"
+cmake --build "$build" -j"$(nproc)" --target plugin_fuzzer
+mkdir -p "$corpus"
 
 export ASAN_OPTIONS=detect_leaks=1:detect_stack_use_after_return=1
 export UBSAN_OPTIONS=print_stacktrace=1
@@ -27,7 +27,7 @@ options=(-max_total_time="$seconds" -max_len=4096 -timeout=30 -rss_limit_mb=4096
 if [ "$workers" -gt 1 ]; then options+=(-fork="$workers"); fi
 log="$build/fuzz.log"
 status=0
-"$build/tests/robustness/plugin_fuzzer" "${options[@]}" "$corpus" "$build/fuzz-seeds" \
+"$build/tests/robustness/plugin_fuzzer" "${options[@]}" "$corpus" \
   >"$log" 2>&1 || status=$?
 grep -E 'ERROR|violated|runtime error|SUMMARY|Test unit written' "$log" || true
 # The last status line of each worker carries its execution count.

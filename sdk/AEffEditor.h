@@ -12,7 +12,6 @@ public:
     explicit AEffEditor(AudioEffect* effect = nullptr) : effect(effect), systemWindow(nullptr) {}
     virtual ~AEffEditor() = default;
 
-    virtual AudioEffect* getEffect() { return effect; }
     // The editor's size before it is opened; false when it has none.
     virtual bool getRect(ERect** rect)
     {

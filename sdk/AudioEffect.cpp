@@ -28,7 +28,6 @@ AudioEffect::AudioEffect(audioMasterCallback audioMaster, VstInt32 numPrograms, 
     : audioMaster(audioMaster),
       editor(nullptr),
       sampleRate(44100.0f),
-      blockSize(1024),
       numPrograms(numPrograms > 0 ? numPrograms : 0),
       numParams(numParams > 0 ? numParams : 0),
       curProgram(0),
@@ -257,15 +256,6 @@ void AudioEffect::setEditor(AEffEditor* newEditor)
         editor = newEditor;
     }
     setFlag(effFlagsHasEditor, editor != nullptr);
-}
-
-VstInt32 AudioEffect::getMasterVersion()
-{
-    if (!audioMaster)
-    {
-        return 0;
-    }
-    return static_cast<VstInt32>(audioMaster(&cEffect, audioMasterVersion, 0, 0, nullptr, 0.0f));
 }
 
 void AudioEffect::setFlag(VstInt32 flag, bool state)

@@ -13,7 +13,7 @@ void vst_strncpy(char* dest, const char* source, std::size_t maxChars);
 
 // Base of an effect: owns the AEffect record handed to the host, routes the
 // host's calls on it to virtual operations, and keeps the state every effect
-// has (current program, sample rate, block size, editor, host callback).
+// has (current program, sample rate, editor, host callback).
 //
 // The host may send anything through the dispatcher: null pointers,
 // out-of-range indices, unknown opcodes. They are answered with neutral
@@ -55,9 +55,8 @@ public:
     virtual VstInt32 setChunk(void* data, VstInt32 byteSize, bool isPreset);
 
     virtual void setSampleRate(float rate) { sampleRate = rate; }
-    virtual void setBlockSize(VstInt32 size) { blockSize = size; }
+    virtual void setBlockSize(VstInt32) {}
     virtual float getSampleRate() { return sampleRate; }
-    virtual VstInt32 getBlockSize() { return blockSize; }
 
     virtual void processReplacing(float** inputs, float** outputs, VstInt32 sampleFrames) = 0;
     virtual void processDoubleReplacing(double** inputs, double** outputs, VstInt32 sampleFrames);
@@ -73,18 +72,13 @@ public:
 
     // Takes ownership of the editor and announces it to the host.
     virtual void setEditor(AEffEditor* newEditor);
-    virtual AEffEditor* getEditor() { return editor; }
 
     AEffect* getAeffect() { return &cEffect; }
-    audioMasterCallback getAudioMaster() const { return audioMaster; }
-    // The host's version (audioMasterVersion); 0 without a host.
-    virtual VstInt32 getMasterVersion();
 
 protected:
     audioMasterCallback audioMaster;
     AEffEditor* editor;
     float sampleRate;
-    VstInt32 blockSize;
     VstInt32 numPrograms;
     VstInt32 numParams;
     // Changed on the host's user-interface thread, read wherever a

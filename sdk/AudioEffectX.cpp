@@ -157,7 +157,7 @@ bool AudioEffectX::getOutputProperties(VstInt32, VstPinProperties*)
 
 VstPlugCategory AudioEffectX::getPlugCategory()
 {
-    return (cEffect.flags & effFlagsIsSynth) ? kPlugCategSynth : kPlugCategUnknown;
+    return kPlugCategUnknown;
 }
 
 bool AudioEffectX::setBypass(bool)
@@ -260,11 +260,6 @@ VstInt32 AudioEffectX::beginLoadProgram(void*)
     return 0;
 }
 
-void AudioEffectX::isSynth(bool state)
-{
-    setFlag(effFlagsIsSynth, state);
-}
-
 void AudioEffectX::noTail(bool state)
 {
     setFlag(effFlagsNoSoundInStop, state);
@@ -278,21 +273,6 @@ bool AudioEffectX::beginEdit(VstInt32 index)
 bool AudioEffectX::endEdit(VstInt32 index)
 {
     return callHost(audioMasterEndEdit, index, 0);
-}
-
-bool AudioEffectX::ioChanged()
-{
-    return callHost(audioMasterIOChanged, 0, 0);
-}
-
-bool AudioEffectX::sizeWindow(VstInt32 width, VstInt32 height)
-{
-    return callHost(audioMasterSizeWindow, width, height);
-}
-
-bool AudioEffectX::updateDisplay()
-{
-    return callHost(audioMasterUpdateDisplay, 0, 0);
 }
 
 bool AudioEffectX::callHost(VstInt32 opcode, VstInt32 index, VstIntPtr value)

@@ -47,18 +47,12 @@ public:
     virtual VstInt32 beginLoadProgram(void* patchInfo);
 
     // What the effect announces in its AEffect record.
-    virtual void isSynth(bool state);
     virtual void noTail(bool state);
 
     // Calls to the host; each answers false without a host callback.
     // The editor brackets a user's edit of a parameter with these two.
     virtual bool beginEdit(VstInt32 index);
     virtual bool endEdit(VstInt32 index);
-    // The announced channel counts or latency changed.
-    virtual bool ioChanged();
-    virtual bool sizeWindow(VstInt32 width, VstInt32 height);
-    // Program names or parameter texts changed outside a parameter call.
-    virtual bool updateDisplay();
 
 private:
     bool callHost(VstInt32 opcode, VstInt32 index, VstIntPtr value);

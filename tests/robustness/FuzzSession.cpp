@@ -17,7 +17,6 @@ constexpr int programCount = 64;
 constexpr int maxFrames = AuditedPlugin::maxBlockSize;
 // Audio per input: enough for many blocks and every state a block can leave
 // behind, few enough for hundreds of inputs a minute under the sanitizers.
-// Long runs are the soak's.
 constexpr long framesPerSession = 1 << 14;
 // What a buffer holds before the plug-in writes into it.
 constexpr char untouched = 0x7F;
@@ -27,8 +26,8 @@ constexpr size_t structureSize = 1024;
 const size_t hostTextSizes[] = {0, 64, 256, 1024};
 }
 
-FuzzSession::FuzzSession(const std::string& modulePath)
-    : plugin(modulePath), program(0), framesProcessed(0), left(maxFrames), right(maxFrames)
+FuzzSession::FuzzSession()
+    : program(0), framesProcessed(0), left(maxFrames), right(maxFrames)
 {
 }
 
@@ -209,9 +208,9 @@ void FuzzSession::process(FuzzReader& input)
     }
 
     plugin.process(left.data(), right.data(), frames, inPlace);
-    if (!plugin.audit().clean())
+    if (!plugin.clean())
     {
-        fail(plugin.audit().firstViolation());
+        fail(plugin.firstViolation());
     }
 }
 

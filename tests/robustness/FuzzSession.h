@@ -23,7 +23,7 @@ class FuzzReader;
 class FuzzSession
 {
 public:
-    explicit FuzzSession(const std::string& modulePath);
+    FuzzSession();
     // Closes the effect (effClose) as a host does last.
     ~FuzzSession();
 

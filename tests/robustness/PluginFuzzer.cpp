@@ -24,7 +24,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     FuzzReader input(data, size);
-    FuzzSession session(PALISORNE_MODULE_PATH);
+    FuzzSession session;
     session.run(input);
     return 0;
 }

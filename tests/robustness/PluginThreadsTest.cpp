@@ -3,8 +3,7 @@
 // editor opened and closed under running audio. Meant for ThreadSanitizer
 // too (scripts/check-sanitizers.sh runs this suite in its TSan build).
 #include "AuditedPlugin.h"
-#include "ClipLevelBound.h"
-#include "LoudMaterial.h"
+#include "LoudMix.h"
 #include "TestDesktop.h"
 #include "XvfbServer.h"
 
@@ -21,7 +20,7 @@ namespace
 {
 constexpr int factoryPrograms = 17;
 constexpr int parameters = 13;
-
+constexpr int ceilingIndex = 5;
 
 // Audio on its own thread until stop is set, in blocks of random length
 // (the host's buffer size changing is not rare with live input).
@@ -29,7 +28,7 @@ class AudioThread
 {
 public:
     AudioThread(AuditedPlugin& plugin, uint32_t seed, float gain)
-        : plugin(plugin), material(44100.0, seed, 0.5), gain(gain), blocks(0)
+        : plugin(plugin), material(44100.0, seed), gain(gain), blocks(0)
     {
         worker = std::thread([this, seed] {
             std::mt19937 random(seed);
@@ -56,7 +55,7 @@ public:
 
 private:
     AuditedPlugin& plugin;
-    LoudMaterial material;
+    LoudMix material;
     const float gain;
     std::atomic<bool> stop{false};
     std::atomic<long> blocks;
@@ -75,7 +74,7 @@ TEST(PluginThreads, SixteenInstancesOnFourThreadsStayUnderTheirCeilings)
     std::vector<std::unique_ptr<AuditedPlugin>> instances;
     for (int i = 0; i < threads * perThread; ++i)
     {
-        instances.emplace_back(new AuditedPlugin(PALISORNE_MODULE_PATH));
+        instances.emplace_back(new AuditedPlugin);
         instances.back()->module().setProgram(i % factoryPrograms);
     }
 
@@ -83,10 +82,10 @@ TEST(PluginThreads, SixteenInstancesOnFourThreadsStayUnderTheirCeilings)
     for (int t = 0; t < threads; ++t)
     {
         workers.emplace_back([&instances, t] {
-            std::vector<LoudMaterial> materials;
+            std::vector<LoudMix> materials;
             for (int k = 0; k < perThread; ++k)
             {
-                materials.emplace_back(44100.0, static_cast<uint32_t>(100 + t * perThread + k), 0.5);
+                materials.emplace_back(44100.0, static_cast<uint32_t>(100 + t * perThread + k));
             }
             std::mt19937 random(static_cast<uint32_t>(t));
             for (int block = 0; block < blocksPerInstance; ++block)
@@ -104,8 +103,8 @@ TEST(PluginThreads, SixteenInstancesOnFourThreadsStayUnderTheirCeilings)
     }
     for (std::size_t i = 0; i < instances.size(); ++i)
     {
-        EXPECT_TRUE(instances[i]->audit().clean()) << "instance " << i << ": " << instances[i]->audit().summary();
-        EXPECT_GT(instances[i]->audit().highestRatio(), 0.9) << "instance " << i;
+        EXPECT_TRUE(instances[i]->clean()) << "instance " << i << ": " << instances[i]->firstViolation();
+        EXPECT_GT(instances[i]->highestRatio(), 0.9) << "instance " << i;
     }
 }
 
@@ -117,9 +116,9 @@ TEST(PluginThreads, SixteenInstancesOnFourThreadsStayUnderTheirCeilings)
 TEST(PluginThreads, AutomationFromAnotherThreadNeverPassesTheHighestCeiling)
 {
     const float highestCeiling = 0.7f;
-    AuditedPlugin plugin(PALISORNE_MODULE_PATH);
-    plugin.module().setParameter(ClipLevelBound::ceilingIndex, highestCeiling);
-    plugin.useFixedBound(ClipLevelBound::ceiling(highestCeiling));
+    AuditedPlugin plugin;
+    plugin.module().setParameter(ceilingIndex, highestCeiling);
+    plugin.useFixedBound(plugin.ceiling());
     AEffect* effect = plugin.module().effect();
 
     std::atomic<long> changes{0};
@@ -130,15 +129,15 @@ TEST(PluginThreads, AutomationFromAnotherThreadNeverPassesTheHighestCeiling)
     while (audio.processedBlocks() < 1500 || changes.load() < 20000)
     {
         const int index = static_cast<int>(random() % parameters);
-        const float value = index == ClipLevelBound::ceilingIndex ? highestCeiling * unit(random) : unit(random);
+        const float value = index == ceilingIndex ? highestCeiling * unit(random) : unit(random);
         effect->setParameter(effect, index, value);
         effect->getParameter(effect, index);
         effect->dispatcher(effect, effGetParamDisplay, index, 0, text, 0.0f);
         changes.fetch_add(1);
     }
     audio.finish();
-    EXPECT_TRUE(plugin.audit().clean()) << plugin.audit().summary();
-    EXPECT_GT(plugin.audit().highestRatio(), 0.5);
+    EXPECT_TRUE(plugin.clean()) << plugin.firstViolation();
+    EXPECT_GT(plugin.highestRatio(), 0.5);
 }
 
 // The user opens and closes the editor again and again while the audio
@@ -151,10 +150,11 @@ TEST(PluginThreads, EditorOpenedAndClosedWhileAudioRuns)
     TestDesktop desktop(506, 427);
     ASSERT_TRUE(desktop.isConnected());
 
-    AuditedPlugin plugin(PALISORNE_MODULE_PATH);
+    AuditedPlugin plugin;
     plugin.module().setProgram(6);
     // Parameters change under the audio thread: bound by the highest ceiling.
-    plugin.useFixedBound(ClipLevelBound::ceiling(1.0f));
+    plugin.module().setParameter(ceilingIndex, 1.0f);
+    plugin.useFixedBound(plugin.ceiling());
     AEffect* effect = plugin.module().effect();
     AudioThread audio(plugin, 31, 2.0f);
     std::mt19937 random(32);
@@ -182,5 +182,5 @@ TEST(PluginThreads, EditorOpenedAndClosedWhileAudioRuns)
     }
     audio.finish();
     EXPECT_GT(audio.processedBlocks(), 0);
-    EXPECT_TRUE(plugin.audit().clean()) << plugin.audit().summary();
+    EXPECT_TRUE(plugin.clean()) << plugin.firstViolation();
 }

@@ -1,5 +1,5 @@
 // A real host's VST2 scanner reads the module: Ardour's, when installed.
-#include "CommandRunner.h"
+#include "ProcessRunner.h"
 
 #include <unistd.h>
 
@@ -51,18 +51,19 @@ TEST(ArdourScanner, ReadsNameVendorAndChannels)
     ASSERT_NE(mkdtemp(cacheTemplate), nullptr);
     const std::string cache = cacheTemplate;
 
-    const CommandResult scan = runCommand({scanner, "-f", PALISORNE_MODULE_PATH},
+    const ProcessResult scan = runProcess({scanner, "-f", PALISORNE_MODULE_PATH},
                                           {std::string("LD_LIBRARY_PATH=") + ardourLibraries,
                                            "XDG_CACHE_HOME=" + cache, "HOME=" + cache});
+    const std::string output = scan.out + scan.err;
     ASSERT_TRUE(scan.started);
-    EXPECT_EQ(scan.exitCode, 0) << scan.output;
-    EXPECT_NE(scan.output.find("Found Plugin"), std::string::npos) << scan.output;
-    EXPECT_NE(scan.output.find("KW_Palisorne"), std::string::npos) << scan.output;
-    EXPECT_EQ(scan.output.find("[ERROR]"), std::string::npos) << scan.output;
-    EXPECT_EQ(scan.output.find("[WARNING]"), std::string::npos) << scan.output;
+    EXPECT_EQ(scan.exitCode, 0) << output;
+    EXPECT_NE(output.find("Found Plugin"), std::string::npos) << output;
+    EXPECT_NE(output.find("KW_Palisorne"), std::string::npos) << output;
+    EXPECT_EQ(output.find("[ERROR]"), std::string::npos) << output;
+    EXPECT_EQ(output.find("[WARNING]"), std::string::npos) << output;
 
     const std::string cacheFile = findCacheFile(cache);
-    ASSERT_FALSE(cacheFile.empty()) << scan.output;
+    ASSERT_FALSE(cacheFile.empty()) << output;
     const std::string info = readFile(cacheFile);
     EXPECT_NE(info.find("name=\"KW_Palisorne\""), std::string::npos) << info;
     EXPECT_NE(info.find("creator=\"Virelmatt\""), std::string::npos) << info;

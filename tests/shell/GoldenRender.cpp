@@ -1,5 +1,5 @@
 // Renders one program of a module over a fixed test signal and prints
-// "<program> <FNV-1a of the output float bits> <output peak>". Run once per
+// "<program> <FNV-1a of the output float bits>". Run once per
 // program in a fresh process: the dither and anti-denormal generators are
 // process-wide and never reseeded, so only a fresh process renders the same
 // bits every time.
@@ -85,8 +85,6 @@ int main(int argc, char** argv)
         std::vector<float> inLeft(frames), inRight(frames), outLeft(frames), outRight(frames);
         makeSignal(inLeft, inRight);
         uint64_t hash = 0xCBF29CE484222325ull;
-        float peak = 0.0f;
-        bool finite = true;
         for (int start = 0; start < frames; start += blockSize)
         {
             const int count = std::min(blockSize, frames - start);
@@ -95,18 +93,8 @@ int main(int argc, char** argv)
             plugin.processReplacing(inputs, outputs, count);
             hash = fnv1a(hash, outputs[0], count);
             hash = fnv1a(hash, outputs[1], count);
-            for (int i = 0; i < count; ++i)
-            {
-                finite = finite && std::isfinite(outputs[0][i]) && std::isfinite(outputs[1][i]);
-                peak = std::max({peak, std::fabs(outputs[0][i]), std::fabs(outputs[1][i])});
-            }
         }
-        if (!finite)
-        {
-            std::fprintf(stderr, "non-finite output\n");
-            return 1;
-        }
-        std::printf("%d %016" PRIx64 " %.9g\n", program, hash, static_cast<double>(peak));
+        std::printf("%d %016" PRIx64 "\n", program, hash);
         return 0;
     }
     catch (const std::exception& error)

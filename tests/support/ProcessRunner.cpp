@@ -1,0 +1,118 @@
+#include "ProcessRunner.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+extern char** environ;
+
+namespace
+{
+std::vector<char*> pointers(std::vector<std::string>& texts)
+{
+    std::vector<char*> result;
+    for (std::string& text : texts)
+    {
+        result.push_back(text.data());
+    }
+    result.push_back(nullptr);
+    return result;
+}
+}
+
+ProcessResult runProcess(const std::vector<std::string>& argv, const std::vector<std::string>& extraEnvironment)
+{
+    ProcessResult result;
+    std::vector<std::string> environment;
+    for (char** entry = environ; *entry; ++entry)
+    {
+        const std::string variable(*entry);
+        bool replaced = false;
+        for (const std::string& extra : extraEnvironment)
+        {
+            replaced = replaced || variable.compare(0, extra.find('=') + 1, extra, 0, extra.find('=') + 1) == 0;
+        }
+        if (!replaced)
+        {
+            environment.push_back(variable);
+        }
+    }
+    environment.insert(environment.end(), extraEnvironment.begin(), extraEnvironment.end());
+    std::vector<std::string> arguments = argv;
+    if (arguments.empty())
+    {
+        return result;
+    }
+
+    int outPipe[2];
+    int errPipe[2];
+    if (pipe2(outPipe, O_CLOEXEC) != 0)
+    {
+        return result;
+    }
+    if (pipe2(errPipe, O_CLOEXEC) != 0)
+    {
+        close(outPipe[0]);
+        close(outPipe[1]);
+        return result;
+    }
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_adddup2(&actions, outPipe[1], STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, errPipe[1], STDERR_FILENO);
+    pid_t child = 0;
+    const int failed = posix_spawnp(&child, arguments[0].c_str(), &actions, nullptr, pointers(arguments).data(),
+                                    pointers(environment).data());
+    posix_spawn_file_actions_destroy(&actions);
+    close(outPipe[1]);
+    close(errPipe[1]);
+
+    // Both pipes are drained together, so a child that fills one while we
+    // wait on the other cannot stall.
+    pollfd ends[2] = {{outPipe[0], POLLIN, 0}, {errPipe[0], POLLIN, 0}};
+    std::string* texts[2] = {&result.out, &result.err};
+    int open = failed == 0 ? 2 : 0;
+    while (open > 0)
+    {
+        if (poll(ends, 2, -1) < 0 && errno != EINTR)
+        {
+            break;
+        }
+        for (int i = 0; i < 2; ++i)
+        {
+            if (ends[i].fd < 0 || ends[i].revents == 0)
+            {
+                continue;
+            }
+            char buffer[4096];
+            const ssize_t count = read(ends[i].fd, buffer, sizeof buffer);
+            if (count > 0)
+            {
+                texts[i]->append(buffer, static_cast<std::size_t>(count));
+            }
+            else if (count == 0 || errno != EINTR)
+            {
+                ends[i].fd = -1;
+                --open;
+            }
+        }
+    }
+    close(outPipe[0]);
+    close(errPipe[0]);
+    if (failed != 0)
+    {
+        return result;
+    }
+    result.started = true;
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR)
+    {
+    }
+    result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    return result;
+}
