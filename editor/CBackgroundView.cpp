@@ -1,21 +1,22 @@
 #include "CBackgroundView.h"
 
-CBackgroundView::CBackgroundView(DGL_NAMESPACE::Window& window, std::shared_ptr<const CBitmap> background)
-    : DGL_NAMESPACE::CairoTopLevelWidget(window), background(std::move(background)), paintCount(0)
+#include "CDrawContext.h"
+
+CBackgroundView::CBackgroundView(const CRect& size, std::shared_ptr<const CBitmap> background)
+    : CView(size), background(std::move(background))
 {
+    setMouseEnabled(false);
 }
 
-void CBackgroundView::onCairoDisplay(const DGL_NAMESPACE::CairoGraphicsContext& context)
+void CBackgroundView::draw(CDrawContext& context)
 {
-    cairo_t* cr = context.handle;
+    const CRect size = getViewSize();
     if (background && background->isLoaded())
     {
-        background->drawFrame(cr, 0.0, 0.0, 0, background->getHeight());
+        context.drawBitmap(*background, 0.0, 0.0, 0, background->getHeight());
     }
     else
     {
-        cairo_set_source_rgb(cr, 0.1, 0.11, 0.12);
-        cairo_paint(cr);
+        context.fillRect(0.0, 0.0, size.width(), size.height(), {26, 28, 31, 255});
     }
-    ++paintCount;
 }

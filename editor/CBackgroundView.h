@@ -1,24 +1,18 @@
 #pragma once
 
 #include "CBitmap.h"
-
-#include "Cairo.hpp"
+#include "CView.h"
 
 #include <memory>
 
-// The window's top-level view: paints the panel bitmap under all controls.
-class CBackgroundView : public DGL_NAMESPACE::CairoTopLevelWidget
+// The panel under all controls: its bitmap, or a dark fill without one.
+class CBackgroundView : public CView
 {
 public:
-    CBackgroundView(DGL_NAMESPACE::Window& window, std::shared_ptr<const CBitmap> background);
+    CBackgroundView(const CRect& size, std::shared_ptr<const CBitmap> background);
 
-    // How many times the panel was painted (the window's paints).
-    unsigned getPaintCount() const { return paintCount; }
-
-protected:
-    void onCairoDisplay(const DGL_NAMESPACE::CairoGraphicsContext& context) override;
+    void draw(CDrawContext& context) override;
 
 private:
     std::shared_ptr<const CBitmap> background;
-    unsigned paintCount;
 };

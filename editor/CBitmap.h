@@ -1,9 +1,12 @@
 #pragma once
 
-#include <cairo.h>
+#include <memory>
 
-// A PNG bitmap of the module, loaded by name from the embedded resources.
-// Film strips stack their frames top to bottom.
+// The back end's decoded pixels of a bitmap.
+class CPlatformBitmap;
+
+// A PNG bitmap of the module, loaded by name from its resources through the
+// drawing back end. Film strips stack their frames top to bottom.
 class CBitmap
 {
 public:
@@ -14,16 +17,13 @@ public:
     CBitmap(const CBitmap&) = delete;
     CBitmap& operator=(const CBitmap&) = delete;
 
-    bool isLoaded() const { return surface != nullptr; }
+    bool isLoaded() const { return platformBitmap != nullptr; }
     int getWidth() const { return width; }
     int getHeight() const { return height; }
-
-    // Paints frame `frame` (0 at the top) of height frameHeight with its top
-    // left corner at (x, y).
-    void drawFrame(cairo_t* cr, double x, double y, int frame, int frameHeight) const;
+    const CPlatformBitmap* getPlatformBitmap() const { return platformBitmap.get(); }
 
 private:
-    cairo_surface_t* surface;
+    std::unique_ptr<CPlatformBitmap> platformBitmap;
     int width;
     int height;
 };

@@ -1,44 +1,69 @@
 #pragma once
 
-#include "CBackgroundView.h"
-
-#include "Application.hpp"
-#include "SubWidget.hpp"
-#include "Window.hpp"
+#include "CView.h"
 
 #include <cstdint>
 #include <memory>
 #include <vector>
 
-// The editor's window inside the host's parent window: its own event loop
-// (driven by idle, never blocking), the panel view, and the views added to
-// it, which it owns and draws in the order they were added.
+class CDrawContext;
+
+// The editor's window inside the host's parent window. It owns the views,
+// draws them in the order they were added (modal ones last), offers mouse
+// events to them front to back, and runs from the host's idle call: dirty
+// views are repainted, pending window events handled, never blocking. The
+// window itself is the platform's (the back end below `Platform`).
 class CFrame
 {
 public:
-    CFrame(uintptr_t parentWindow, int width, int height, std::shared_ptr<const CBitmap> background);
-    // Destroys the views, then the panel, the window and its event loop.
+    CFrame(uintptr_t parentWindow, int width, int height);
+    // Destroys the views, then the window.
     ~CFrame();
     CFrame(const CFrame&) = delete;
     CFrame& operator=(const CFrame&) = delete;
 
-    // What views are built on (their parent widget).
-    DGL_NAMESPACE::Widget* getContainer() { return background.get(); }
     // Takes ownership.
-    void addView(DGL_NAMESPACE::SubWidget* view);
+    void addView(CView* view);
 
-    // Handles the window's pending events and repaints what changed.
+    // Asks for a repaint of the dirty views, handles the window's pending
+    // events and paints.
     void idle();
 
-    // The X window of the editor.
-    uintptr_t getNativeWindow() const { return window->getNativeWindowHandle(); }
-    int getWidth() const { return static_cast<int>(window->getWidth()); }
-    int getHeight() const { return static_cast<int>(window->getHeight()); }
-    const CBackgroundView& getBackgroundView() const { return *background; }
+    // The platform's handle of the window.
+    uintptr_t getNativeWindow() const;
+    int getWidth() const { return width; }
+    int getHeight() const { return height; }
+    // How many times the window was painted.
+    unsigned getPaintCount() const { return paintCount; }
+
+    // For the platform part: paint every view, and the window's events.
+    void paint(CDrawContext& context);
+    void onMouseDown(const CMouseEvent& event);
+    void onMouseUp(const CMouseEvent& event);
+    void onMouseMoved(const CMouseEvent& event);
+    void onWheel(const CMouseEvent& event, float distance);
+
+    struct Platform;
 
 private:
-    std::unique_ptr<DGL_NAMESPACE::Application> application;
-    std::unique_ptr<DGL_NAMESPACE::Window> window;
-    std::unique_ptr<CBackgroundView> background;
-    std::vector<std::unique_ptr<DGL_NAMESPACE::SubWidget>> views;
+    struct Entry
+    {
+        std::unique_ptr<CView> view;
+        // What the view covered when last asked to repaint: a view that
+        // shrinks leaves it to be repainted too.
+        CRect lastArea;
+    };
+
+    // Offers an event to modal views, then the others, front to back.
+    template <class Handler>
+    void offer(Handler handler);
+    // The platform part's.
+    void postRepaint(const CRect& area);
+    void handleEvents();
+
+    std::unique_ptr<Platform> platform;
+    std::vector<Entry> views;
+    int width;
+    int height;
+    unsigned paintCount;
 };

@@ -1,8 +1,8 @@
 #include "CKickButton.h"
 
-CKickButton::CKickButton(DGL_NAMESPACE::Widget* parent, const CRect& size, CControlListener* listener, int tag,
+CKickButton::CKickButton(const CRect& size, CControlListener* listener, int tag,
                          std::shared_ptr<const CBitmap> background)
-    : CControl(parent, size, listener, tag), background(std::move(background)), pressed(false)
+    : CControl(size, listener, tag), background(std::move(background)), pressed(false)
 {
 }
 
@@ -11,29 +11,26 @@ void CKickButton::draw(CDrawContext& context)
     if (background)
     {
         const bool down = getValue() > getMin();
-        background->drawFrame(context.getCairo(), 0.0, 0.0, down ? 1 : 0, background->getHeight() / 2);
+        context.drawBitmap(*background, 0.0, 0.0, down ? 1 : 0, background->getHeight() / 2);
     }
 }
 
-bool CKickButton::onMouse(const MouseEvent& event)
+bool CKickButton::onMouseDown(const CMouseEvent& event)
 {
-    if (event.button != 1)
+    if (event.button != 1 || !getMouseEnabled() || !isHit(event))
     {
         return false;
     }
-    if (event.press)
-    {
-        if (!getMouseEnabled() || !contains(event.pos))
-        {
-            return false;
-        }
-        pressed = true;
-        beginEdit();
-        setValue(getMax());
-        notifyValueChanged();
-        return true;
-    }
-    if (!pressed)
+    pressed = true;
+    beginEdit();
+    setValue(getMax());
+    notifyValueChanged();
+    return true;
+}
+
+bool CKickButton::onMouseUp(const CMouseEvent& event)
+{
+    if (event.button != 1 || !pressed)
     {
         return false;
     }

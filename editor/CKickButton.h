@@ -11,12 +11,13 @@
 class CKickButton : public CControl
 {
 public:
-    CKickButton(DGL_NAMESPACE::Widget* parent, const CRect& size, CControlListener* listener, int tag,
+    CKickButton(const CRect& size, CControlListener* listener, int tag,
                 std::shared_ptr<const CBitmap> background);
 
 protected:
     void draw(CDrawContext& context) override;
-    bool onMouse(const MouseEvent& event) override;
+    bool onMouseDown(const CMouseEvent& event) override;
+    bool onMouseUp(const CMouseEvent& event) override;
     // The mouse was released after a press on the button.
     virtual bool onRelease();
 

@@ -4,10 +4,10 @@
 #include <cmath>
 #include <cstring>
 
-CMyAnimKnob::CMyAnimKnob(DGL_NAMESPACE::Widget* parent, const CRect& size, CControlListener* listener, int tag,
+CMyAnimKnob::CMyAnimKnob(const CRect& size, CControlListener* listener, int tag,
                          int frames, int frameHeight, std::shared_ptr<const CBitmap> background,
                          const CRect& textRect, const CPoint& offset)
-    : CControl(parent, size, listener, tag),
+    : CControl(size, listener, tag),
       background(std::move(background)),
       frames(frames),
       frameHeight(frameHeight),
@@ -106,41 +106,34 @@ void CMyAnimKnob::draw(CDrawContext& context)
     {
         const int frame = static_cast<int>(getValueNormalized() * (frames - 1) + 0.5f);
         const int clamped = frame < 0 ? 0 : (frame >= frames ? frames - 1 : frame);
-        cairo_t* cr = context.getCairo();
-        cairo_save(cr);
-        cairo_translate(cr, -offset.x, -offset.y);
-        background->drawFrame(cr, 0.0, 0.0, clamped, frameHeight);
-        cairo_restore(cr);
+        context.drawBitmap(*background, -offset.x, -offset.y, clamped, frameHeight);
     }
     context.drawString(valueText, textRect, textFont, textColour, CDrawContext::Align::centre);
 }
 
-bool CMyAnimKnob::onMouse(const MouseEvent& event)
+bool CMyAnimKnob::onMouseDown(const CMouseEvent& event)
 {
-    if (event.button != 1)
+    if (event.button != 1 || !getMouseEnabled() || !isHit(event))
     {
         return false;
     }
-    if (event.press)
+    if (event.modifiers & kControl)
     {
-        if (!getMouseEnabled() || !contains(event.pos))
-        {
-            return false;
-        }
-        if (event.mod & DGL_NAMESPACE::kModifierControl)
-        {
-            beginEdit();
-            setValue(getDefaultValue());
-            notifyValueChanged();
-            endEdit();
-            return true;
-        }
-        dragging = true;
-        lastDragY = event.pos.getY();
         beginEdit();
+        setValue(getDefaultValue());
+        notifyValueChanged();
+        endEdit();
         return true;
     }
-    if (dragging)
+    dragging = true;
+    lastDragY = event.y;
+    beginEdit();
+    return true;
+}
+
+bool CMyAnimKnob::onMouseUp(const CMouseEvent& event)
+{
+    if (event.button == 1 && dragging)
     {
         dragging = false;
         endEdit();
@@ -149,15 +142,15 @@ bool CMyAnimKnob::onMouse(const MouseEvent& event)
     return false;
 }
 
-bool CMyAnimKnob::onMotion(const MotionEvent& event)
+bool CMyAnimKnob::onMouseMoved(const CMouseEvent& event)
 {
     if (!dragging)
     {
         return false;
     }
-    const double y = event.pos.getY();
+    const double y = event.y;
     float step = static_cast<float>(lastDragY - y) / dragRange * (getMax() - getMin());
-    if (event.mod & DGL_NAMESPACE::kModifierShift)
+    if (event.modifiers & kShift)
     {
         step /= zoomFactor;
     }
@@ -171,14 +164,13 @@ bool CMyAnimKnob::onMotion(const MotionEvent& event)
     return true;
 }
 
-bool CMyAnimKnob::onScroll(const ScrollEvent& event)
+bool CMyAnimKnob::onWheel(const CMouseEvent& event, float distance)
 {
-    if (!contains(event.pos))
+    if (!isHit(event))
     {
         return false;
     }
-    return applyWheel(static_cast<float>(event.delta.getY()),
-                      (event.mod & DGL_NAMESPACE::kModifierShift) != 0);
+    return applyWheel(distance, (event.modifiers & kShift) != 0);
 }
 
 bool CMyAnimKnob::setClampedValue(float v, float before)

@@ -16,7 +16,7 @@ public:
     // frames: number of frames in the strip, frameHeight: height of one.
     // textRect is relative to the knob. The offset is where the strip's
     // first frame starts inside the bitmap.
-    CMyAnimKnob(DGL_NAMESPACE::Widget* parent, const CRect& size, CControlListener* listener, int tag, int frames,
+    CMyAnimKnob(const CRect& size, CControlListener* listener, int tag, int frames,
                 int frameHeight, std::shared_ptr<const CBitmap> background, const CRect& textRect,
                 const CPoint& offset);
 
@@ -45,9 +45,10 @@ public:
 
 protected:
     void draw(CDrawContext& context) override;
-    bool onMouse(const MouseEvent& event) override;
-    bool onMotion(const MotionEvent& event) override;
-    bool onScroll(const ScrollEvent& event) override;
+    bool onMouseDown(const CMouseEvent& event) override;
+    bool onMouseUp(const CMouseEvent& event) override;
+    bool onMouseMoved(const CMouseEvent& event) override;
+    bool onWheel(const CMouseEvent& event, float distance) override;
 
 private:
     // Sets v within the control's range; true when the value changed.

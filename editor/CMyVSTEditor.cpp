@@ -1,5 +1,6 @@
 #include "CMyVSTEditor.h"
 
+#include "CBackgroundView.h"
 #include "CBitmap.h"
 #include "CFrame.h"
 #include "CMyAnimKnob.h"
@@ -66,7 +67,6 @@ CMyVSTEditor::CMyVSTEditor(AudioEffectX* effect, EditorHost* host)
       effectX(effect),
       host(host),
       cframe(nullptr),
-      backgroundView(nullptr),
       versionLabel(nullptr),
       linkButton(nullptr),
       controls{},
@@ -107,11 +107,11 @@ bool CMyVSTEditor::open(void* parentWindow)
 
     const int width = backgroundBitmap->getWidth();
     const int height = backgroundBitmap->getHeight();
-    CFrame* newFrame = new CFrame(reinterpret_cast<uintptr_t>(parentWindow), width, height, backgroundBitmap);
+    CFrame* newFrame = new CFrame(reinterpret_cast<uintptr_t>(parentWindow), width, height);
     cframe = newFrame;
-    backgroundView = &newFrame->getBackgroundView();
+    newFrame->addView(new CBackgroundView({0, 0, width, height}, backgroundBitmap));
 
-    versionLabel = new (std::nothrow) CTextLabel(newFrame->getContainer(), EditorLayout::versionLabel, "");
+    versionLabel = new (std::nothrow) CTextLabel(EditorLayout::versionLabel, "");
     if (versionLabel)
     {
         versionLabel->setFontColor({200, 200, 200, 255});
@@ -132,7 +132,7 @@ bool CMyVSTEditor::open(void* parentWindow)
     const int linkLeft = (width - infoWidth) / 2;
     const int linkTop = height - EditorLayout::linkButtonTopFromBottom;
     const CRect linkRect = {linkLeft, linkTop, linkLeft + infoWidth, linkTop + infoBitmap->getHeight() / 2};
-    linkButton = new (std::nothrow) CURLButton(newFrame->getContainer(), linkRect, nullptr, -1, infoBitmap);
+    linkButton = new (std::nothrow) CURLButton(linkRect, nullptr, -1, infoBitmap);
     if (linkButton)
     {
         linkButton->setURL(productPage);
@@ -162,7 +162,7 @@ void CMyVSTEditor::buildControls()
     CFrame& f = *cframe;
     auto addKnob = [&](int tag, const CPoint& corner, const std::shared_ptr<const CBitmap>& strip, int frames,
                        const CRect& textRect) -> CMyAnimKnob* {
-        CMyAnimKnob* knob = new (std::nothrow) CMyAnimKnob(f.getContainer(), knobRect(corner, *strip, frames), this,
+        CMyAnimKnob* knob = new (std::nothrow) CMyAnimKnob(knobRect(corner, *strip, frames), this,
                                                            tag, frames, strip->getHeight() / frames, strip,
                                                            textRect, {0, 0});
         controls[tag] = knob;
@@ -170,7 +170,7 @@ void CMyVSTEditor::buildControls()
     };
     auto addField = [&](int tag, const CRect& size) -> CMyAnimKnob* {
         CMyAnimKnob* knob = new (std::nothrow)
-            CMyAnimKnob(f.getContainer(), size, this, tag, 0, 0, nullptr, EditorLayout::fieldText, {0, 0});
+            CMyAnimKnob(size, this, tag, 0, 0, nullptr, EditorLayout::fieldText, {0, 0});
         if (knob)
         {
             knob->setTextOnly(true);
@@ -180,13 +180,13 @@ void CMyVSTEditor::buildControls()
     };
     auto addSwitch = [&](int tag, const CPoint& corner) -> COnOffButton* {
         COnOffButton* button = new (std::nothrow)
-            COnOffButton(f.getContainer(), switchRect(corner, *switchBitmap), this, tag, switchBitmap);
+            COnOffButton(switchRect(corner, *switchBitmap), this, tag, switchBitmap);
         controls[tag] = button;
         return button;
     };
     auto addMenu = [&](int tag, const CRect& size, int style,
                        std::initializer_list<const char*> entries) -> CMyOptionMenu* {
-        CMyOptionMenu* menu = new (std::nothrow) CMyOptionMenu(f.getContainer(), size, this, tag, f.getHeight(), style);
+        CMyOptionMenu* menu = new (std::nothrow) CMyOptionMenu(size, this, tag, f.getHeight(), style);
         if (menu)
         {
             for (const char* entry : entries)
@@ -274,7 +274,7 @@ void CMyVSTEditor::buildMeters()
         const float minimum = -32.0f;
         const float maximum = gainReduction ? 0.0f : 1.9f;
         const CRect& size = EditorLayout::meters[m];
-        CVUMeter* meter = new (std::nothrow) CVUMeter(cframe->getContainer(), size, minimum, maximum);
+        CVUMeter* meter = new (std::nothrow) CVUMeter(size, minimum, maximum);
         meters[m] = meter;
         if (!meter)
         {
@@ -310,7 +310,6 @@ void CMyVSTEditor::close()
 void CMyVSTEditor::clearViewPointers()
 {
     cframe = nullptr;
-    backgroundView = nullptr;
     versionLabel = nullptr;
     linkButton = nullptr;
     for (CControl*& control : controls)

@@ -13,7 +13,6 @@
 class CBitmap;
 class CControl;
 class CFrame;
-class CBackgroundView;
 class CTextLabel;
 class CURLButton;
 class CVUMeter;
@@ -79,7 +78,6 @@ private:
     std::shared_ptr<const CBitmap> largeKnobBitmap;
     std::shared_ptr<const CBitmap> infoBitmap;
 
-    const CBackgroundView* backgroundView;
     CTextLabel* versionLabel;
     CURLButton* linkButton;
     CControl* controls[kNumParameters];

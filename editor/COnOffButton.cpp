@@ -1,8 +1,8 @@
 #include "COnOffButton.h"
 
-COnOffButton::COnOffButton(DGL_NAMESPACE::Widget* parent, const CRect& size, CControlListener* listener, int tag,
+COnOffButton::COnOffButton(const CRect& size, CControlListener* listener, int tag,
                            std::shared_ptr<const CBitmap> background)
-    : CControl(parent, size, listener, tag), background(std::move(background))
+    : CControl(size, listener, tag), background(std::move(background))
 {
 }
 
@@ -10,13 +10,13 @@ void COnOffButton::draw(CDrawContext& context)
 {
     if (background)
     {
-        background->drawFrame(context.getCairo(), 0.0, 0.0, isOn() ? 1 : 0, background->getHeight() / 2);
+        context.drawBitmap(*background, 0.0, 0.0, isOn() ? 1 : 0, background->getHeight() / 2);
     }
 }
 
-bool COnOffButton::onMouse(const MouseEvent& event)
+bool COnOffButton::onMouseDown(const CMouseEvent& event)
 {
-    if (event.button != 1 || !event.press || !getMouseEnabled() || !contains(event.pos))
+    if (event.button != 1 || !getMouseEnabled() || !isHit(event))
     {
         return false;
     }

@@ -10,14 +10,14 @@
 class COnOffButton : public CControl
 {
 public:
-    COnOffButton(DGL_NAMESPACE::Widget* parent, const CRect& size, CControlListener* listener, int tag,
+    COnOffButton(const CRect& size, CControlListener* listener, int tag,
                  std::shared_ptr<const CBitmap> background);
 
     bool isOn() const { return getValue() > getMin() + 0.5f * (getMax() - getMin()); }
 
 protected:
     void draw(CDrawContext& context) override;
-    bool onMouse(const MouseEvent& event) override;
+    bool onMouseDown(const CMouseEvent& event) override;
 
 private:
     std::shared_ptr<const CBitmap> background;

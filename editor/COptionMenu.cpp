@@ -10,9 +10,9 @@ const CColor listBorder = {100, 120, 20, 255};
 const CColor highlight = {194, 250, 5, 60};
 }
 
-COptionMenu::COptionMenu(DGL_NAMESPACE::Widget* parent, const CRect& size, CControlListener* listener, int tag,
+COptionMenu::COptionMenu(const CRect& size, CControlListener* listener, int tag,
                          int windowHeight, int style)
-    : CControl(parent, size, listener, tag),
+    : CControl(size, listener, tag),
       windowHeight(windowHeight),
       style(style),
       fontColour{194, 250, 5, 255},
@@ -74,12 +74,11 @@ void COptionMenu::openList()
     }
     open = true;
     hovered = getCurrentIndex();
-    // The widget grows over the menu and its list, and goes to the front so
-    // that it is drawn last and sees every click first.
+    // The view grows over the menu and its list; open, it is modal: drawn
+    // last, it sees every click first.
     const CRect menu = getViewSize();
     const CRect list = getListArea();
     setDrawArea({menu.left, std::min(menu.top, list.top), menu.right, std::max(menu.bottom, list.bottom)});
-    toFront();
     setDirty();
 }
 
@@ -91,10 +90,8 @@ void COptionMenu::closeList()
     }
     open = false;
     hovered = -1;
-    // Repaint the window where the list was, then shrink back.
-    getTopLevelWidget()->repaint();
+    // Shrinking back repaints where the list was.
     setDrawArea(getViewSize());
-    setDirty();
 }
 
 int COptionMenu::entryAt(double windowX, double windowY) const
@@ -111,10 +108,10 @@ int COptionMenu::entryAt(double windowX, double windowY) const
 void COptionMenu::draw(CDrawContext& context)
 {
     const CRect menu = getViewSize();
-    // Drawing coordinates start at the widget's top left corner, which is
-    // the list's when it opens upwards.
-    const int originX = getAbsoluteX();
-    const int originY = getAbsoluteY();
+    // Drawing coordinates start at the draw area's top left corner, which
+    // is the list's when it opens upwards.
+    const int originX = getDrawArea().left;
+    const int originY = getDrawArea().top;
     const CRect local = {menu.left - originX, menu.top - originY, menu.right - originX, menu.bottom - originY};
     if (!(style & kTransparent))
     {
@@ -157,14 +154,19 @@ void COptionMenu::drawList(CDrawContext& context, const CRect& list) const
     }
 }
 
-bool COptionMenu::onMouse(const MouseEvent& event)
+bool COptionMenu::onMouseUp(const CMouseEvent&)
 {
-    if (event.button != 1 || !event.press)
+    return open;
+}
+
+bool COptionMenu::onMouseDown(const CMouseEvent& event)
+{
+    if (event.button != 1)
     {
         return open;
     }
-    const double x = event.absolutePos.getX();
-    const double y = event.absolutePos.getY();
+    const double x = event.x;
+    const double y = event.y;
     if (open)
     {
         const int chosen = entryAt(x, y);
@@ -186,13 +188,13 @@ bool COptionMenu::onMouse(const MouseEvent& event)
     return true;
 }
 
-bool COptionMenu::onMotion(const MotionEvent& event)
+bool COptionMenu::onMouseMoved(const CMouseEvent& event)
 {
     if (!open)
     {
         return false;
     }
-    const int entry = entryAt(event.absolutePos.getX(), event.absolutePos.getY());
+    const int entry = entryAt(event.x, event.y);
     if (entry != hovered)
     {
         hovered = entry;

@@ -22,7 +22,7 @@ public:
     };
 
     // windowHeight: the height of the window the list must stay inside.
-    COptionMenu(DGL_NAMESPACE::Widget* parent, const CRect& size, CControlListener* listener, int tag,
+    COptionMenu(const CRect& size, CControlListener* listener, int tag,
                 int windowHeight, int style);
 
     void addEntry(const char* title);
@@ -38,6 +38,8 @@ public:
     void setFontColor(const CColor& colour) { fontColour = colour; }
 
     bool isOpen() const { return open; }
+    // Open, it is drawn above the other views and sees every click first.
+    bool isModal() const override { return open; }
     // Where the list of entries is drawn while open, in window coordinates.
     CRect getListArea() const;
     // Opens or closes the list as a click on the menu does.
@@ -46,8 +48,9 @@ public:
 
 protected:
     void draw(CDrawContext& context) override;
-    bool onMouse(const MouseEvent& event) override;
-    bool onMotion(const MotionEvent& event) override;
+    bool onMouseDown(const CMouseEvent& event) override;
+    bool onMouseUp(const CMouseEvent& event) override;
+    bool onMouseMoved(const CMouseEvent& event) override;
 
 private:
     // The entry under a point of the window, or -1.

@@ -1,7 +1,7 @@
 #include "CPlotAxes.h"
 
-CPlotAxes::CPlotAxes(DGL_NAMESPACE::Widget* parent, const CRect& size, float axisMin, float axisMax)
-    : CControl(parent, size, nullptr, -1),
+CPlotAxes::CPlotAxes(const CRect& size, float axisMin, float axisMax)
+    : CControl(size, nullptr, -1),
       gridColour{100, 120, 20, 255},
       markerColour{194, 250, 5, 255},
       middleZoneColour{194, 250, 5, 96},

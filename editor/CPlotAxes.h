@@ -7,7 +7,7 @@
 class CPlotAxes : public CControl
 {
 public:
-    CPlotAxes(DGL_NAMESPACE::Widget* parent, const CRect& size, float axisMin, float axisMax);
+    CPlotAxes(const CRect& size, float axisMin, float axisMax);
 
     // step: distance of the scale ticks (0: none).
     virtual void setRange(float minimum, float maximum, float step);

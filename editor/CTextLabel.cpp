@@ -1,7 +1,7 @@
 #include "CTextLabel.h"
 
-CTextLabel::CTextLabel(DGL_NAMESPACE::Widget* parent, const CRect& size, const char* text)
-    : CControl(parent, size, nullptr, -1),
+CTextLabel::CTextLabel(const CRect& size, const char* text)
+    : CControl(size, nullptr, -1),
       text(text ? text : ""),
       fontColour{255, 255, 255, 255},
       font(kNormalFontSmall),

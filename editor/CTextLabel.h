@@ -9,7 +9,7 @@
 class CTextLabel : public CControl
 {
 public:
-    CTextLabel(DGL_NAMESPACE::Widget* parent, const CRect& size, const char* text);
+    CTextLabel(const CRect& size, const char* text);
 
     void setText(const char* newText);
     const std::string& getText() const { return text; }

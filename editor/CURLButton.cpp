@@ -5,9 +5,9 @@
 
 extern char** environ;
 
-CURLButton::CURLButton(DGL_NAMESPACE::Widget* parent, const CRect& size, CControlListener* listener, int tag,
+CURLButton::CURLButton(const CRect& size, CControlListener* listener, int tag,
                        std::shared_ptr<const CBitmap> background)
-    : CKickButton(parent, size, listener, tag, std::move(background)), opener(0)
+    : CKickButton(size, listener, tag, std::move(background)), opener(0)
 {
 }
 

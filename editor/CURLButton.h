@@ -10,7 +10,7 @@
 class CURLButton : public CKickButton
 {
 public:
-    CURLButton(DGL_NAMESPACE::Widget* parent, const CRect& size, CControlListener* listener, int tag,
+    CURLButton(const CRect& size, CControlListener* listener, int tag,
                std::shared_ptr<const CBitmap> background);
     // Reaps the opener if it has finished.
     ~CURLButton() override;

@@ -13,8 +13,8 @@ const double fadeDistance = 25.0;
 const CFontDesc labelFont = {"DejaVu Sans", 8.0, false};
 }
 
-CVUMeter::CVUMeter(DGL_NAMESPACE::Widget* parent, const CRect& size, float axisMin, float axisMax)
-    : CPlotAxes(parent, size, axisMin, axisMax),
+CVUMeter::CVUMeter(const CRect& size, float axisMin, float axisMax)
+    : CPlotAxes(size, axisMin, axisMax),
       peakHold(axisMin),
       inverted(false),
       showPeakHold(false),
@@ -144,9 +144,9 @@ void CVUMeter::setLowerClamp(float dB)
     }
 }
 
-bool CVUMeter::onMouse(const MouseEvent& event)
+bool CVUMeter::onMouseDown(const CMouseEvent& event)
 {
-    if (event.button != 1 || !event.press || !contains(event.pos))
+    if (event.button != 1 || !isHit(event))
     {
         return false;
     }

@@ -12,7 +12,7 @@
 class CVUMeter : public CPlotAxes
 {
 public:
-    CVUMeter(DGL_NAMESPACE::Widget* parent, const CRect& size, float axisMin, float axisMax);
+    CVUMeter(const CRect& size, float axisMin, float axisMax);
 
     // Clamps the value, stores it and moves the hold.
     void setValue(float dB) override;
@@ -41,7 +41,7 @@ public:
 
 protected:
     void draw(CDrawContext& context) override;
-    bool onMouse(const MouseEvent& event) override;
+    bool onMouseDown(const CMouseEvent& event) override;
 
 private:
     void drawTicks(CDrawContext& context, double holdRow) const;

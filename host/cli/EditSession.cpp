@@ -11,7 +11,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <chrono>
 #include <thread>
 #include <vector>
@@ -63,31 +65,50 @@ Loop loadLoop(const std::string& path)
     return loop;
 }
 
-// Plays the loop through the effect in real time: one block, then a sleep
-// until the block's time has passed on the clock.
-void playInRealTime(AEffect* effect, const Loop& loop, const std::atomic<bool>& stop)
+// Feeds the loop through the effect block by block; the output is thrown
+// away.
+class LoopPlayer
 {
-    const int frames = EditSession::blockFrames;
-    std::vector<float> inLeft(frames), inRight(frames), outLeft(frames), outRight(frames);
-    float* inputs[2] = {inLeft.data(), inRight.data()};
-    float* outputs[2] = {outLeft.data(), outRight.data()};
-    const size_t length = loop.left.size();
-    size_t position = 0;
-    const auto blockTime = std::chrono::duration<double>(static_cast<double>(frames) / loop.sampleRate);
-    auto deadline = std::chrono::steady_clock::now();
-    while (!stop.load())
+public:
+    LoopPlayer(AEffect* effect, const Loop& loop)
+        : effect(effect), loop(loop), inLeft(frames), inRight(frames), outLeft(frames), outRight(frames),
+          position(0)
+    {
+    }
+
+    void playBlock()
     {
         for (int i = 0; i < frames; ++i)
         {
             inLeft[i] = loop.left[position];
             inRight[i] = loop.right[position];
-            position = (position + 1) % length;
+            position = (position + 1) % loop.left.size();
         }
+        float* inputs[2] = {inLeft.data(), inRight.data()};
+        float* outputs[2] = {outLeft.data(), outRight.data()};
         effect->processReplacing(effect, inputs, outputs, frames);
-        deadline += std::chrono::duration_cast<std::chrono::steady_clock::duration>(blockTime);
-        std::this_thread::sleep_until(deadline);
     }
-}
+
+    // One block, then a sleep until the block's time has passed on the clock.
+    void playInRealTime(const std::atomic<bool>& stop)
+    {
+        const auto blockTime = std::chrono::duration<double>(static_cast<double>(frames) / loop.sampleRate);
+        auto deadline = std::chrono::steady_clock::now();
+        while (!stop.load())
+        {
+            playBlock();
+            deadline += std::chrono::duration_cast<std::chrono::steady_clock::duration>(blockTime);
+            std::this_thread::sleep_until(deadline);
+        }
+    }
+
+private:
+    static constexpr int frames = EditSession::blockFrames;
+    AEffect* effect;
+    const Loop& loop;
+    std::vector<float> inLeft, inRight, outLeft, outRight;
+    size_t position;
+};
 }
 
 EditSession::EditSession(std::ostream& out, std::ostream& err)
@@ -111,6 +132,12 @@ CLI::App* EditSession::addCommand(CLI::App& app, EditSettings& settings)
     command->add_option("--after", settings.screenshotAfter, "Seconds before the screenshot")
         ->capture_default_str()
         ->check(CLI::Range(0.0, 3600.0));
+    command
+        ->add_option("--idles", settings.screenshotIdles,
+                     "Screenshot after this many idle calls instead, the audio played in step with them "
+                     "(the same picture on every run)")
+        ->check(CLI::Range(1, 100000))
+        ->excludes("--after");
     return command;
 }
 
@@ -149,17 +176,35 @@ int EditSession::run(const EditSettings& settings)
     out << "edit: " << plugin.displayName() << " (" << rect->right - rect->left << " x " << rect->bottom - rect->top
         << ")" << (settings.screenshotPath.empty() ? ", close the window or press Ctrl-C to end" : "") << "\n";
 
+    // In step: the blocks of one idle interval before each idle call, none
+    // after the last counted one, while a few more calls let the window
+    // finish painting (unread meters keep their readings).
+    const bool inStep = settings.screenshotIdles > 0;
+    const int blocksPerIdle =
+        std::max(1, static_cast<int>(std::lround(idleIntervalMs * 0.001 * loop.sampleRate / blockFrames)));
+    LoopPlayer player(effect, loop);
     std::atomic<bool> stopAudio(false);
-    std::thread audio(playInRealTime, effect, std::cref(loop), std::cref(stopAudio));
+    std::thread audio;
+    if (!inStep)
+    {
+        audio = std::thread([&] { player.playInRealTime(stopAudio); });
+    }
 
     const auto start = std::chrono::steady_clock::now();
     auto nextIdle = start;
+    int idles = 0;
     bool screenshotTaken = false;
     while (window.handleEvents() && !InterruptFlag::isRaised())
     {
+        for (int block = 0; inStep && idles < settings.screenshotIdles && block < blocksPerIdle; ++block)
+        {
+            player.playBlock();
+        }
         module.dispatch(effEditIdle);
+        ++idles;
         const double elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-        if (!settings.screenshotPath.empty() && elapsed >= settings.screenshotAfter && window.showsEditor())
+        const bool due = inStep ? idles >= settings.screenshotIdles + settleIdles : elapsed >= settings.screenshotAfter;
+        if (!settings.screenshotPath.empty() && due && window.showsEditor())
         {
             window.saveScreenshot(settings.screenshotPath);
             screenshotTaken = true;
@@ -170,7 +215,10 @@ int EditSession::run(const EditSettings& settings)
     }
 
     stopAudio.store(true);
-    audio.join();
+    if (audio.joinable())
+    {
+        audio.join();
+    }
     module.dispatch(effEditClose);
     plugin.stop();
     if (screenshotTaken)

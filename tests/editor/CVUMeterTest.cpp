@@ -1,154 +1,110 @@
 #include "CVUMeter.h"
-#include "EditorTest.h"
+
+#include <gtest/gtest.h>
 
 #include <limits>
 
 namespace
 {
-class VUMeterTest : public FrameTest
-{
-protected:
-    CVUMeter* makeMeter(float minimum, float maximum)
-    {
-        auto* meter = new CVUMeter(frame->getContainer(), {385, 48, 417, 238}, minimum, maximum);
-        frame->addView(meter);
-        return meter;
-    }
-
-    // Configured as the editor's gain-reduction meters are.
-    CVUMeter* makeGainReductionMeter()
-    {
-        CVUMeter* meter = makeMeter(-32.0f, 0.0f);
-        meter->setInverted(true);
-        meter->setShowPeakHold(true);
-        meter->setUpperClamp(0.0f);
-        return meter;
-    }
-};
-
 const float infinity = std::numeric_limits<float>::infinity();
+const float restOffset = 0.00000001f;
+
+// As the editor builds its level meters (rising, -32 .. +1.9 dB, 190 rows)
+// and its gain-reduction meters (hanging from 0 dB).
+CVUMeter levelMeter()
+{
+    return CVUMeter({385, 48, 417, 238}, -32.0f, 1.9f);
+}
 }
 
-TEST_F(VUMeterTest, ValuesAreClampedIncludingInfinitiesAndNaN)
+TEST(VUMeterTest, ValuesAreClampedIncludingInfinitiesAndNaNAndOnlyChangesRedraw)
 {
-    CVUMeter* level = makeMeter(-32.0f, 1.9f);
-    level->setValue(-6.0f);
-    level->setValue(-infinity); // the log of a zero reading
-    EXPECT_EQ(level->getValue(), -160.0f);
-    level->setValue(200.0f);
-    EXPECT_EQ(level->getValue(), 160.0f);
-    level->setValue(-6.0f);
-    level->setValue(infinity);
-    EXPECT_EQ(level->getValue(), 160.0f);
-    // NaN is not below the upper clamp, so it takes it.
-    level->setValue(-6.0f);
-    level->setValue(std::numeric_limits<float>::quiet_NaN());
-    EXPECT_EQ(level->getValue(), 160.0f);
-    // The clamps themselves pass unchanged.
-    level->setValue(-160.0f);
-    EXPECT_EQ(level->getValue(), -160.0f);
-
-    CVUMeter* reduction = makeGainReductionMeter();
-    reduction->setValue(3.0f);
-    EXPECT_EQ(reduction->getValue(), 0.0f);
-    reduction->setValue(-infinity);
-    EXPECT_EQ(reduction->getValue(), -160.0f);
-}
-
-TEST_F(VUMeterTest, TheSameValueTwiceRedrawsOnce)
-{
-    CVUMeter* meter = makeMeter(-32.0f, 1.9f);
-    meter->setDirty(false);
-    meter->setValue(-10.0f);
-    EXPECT_TRUE(meter->isDirty());
-    meter->setDirty(false);
-    meter->setValue(-10.0f);
-    EXPECT_FALSE(meter->isDirty());
+    CVUMeter level = levelMeter();
+    level.setValue(-infinity); // the log of a zero reading
+    EXPECT_EQ(level.getValue(), -160.0f);
+    for (float high : {200.0f, infinity, std::numeric_limits<float>::quiet_NaN()})
+    {
+        level.setValue(-6.0f);
+        level.setValue(high);
+        EXPECT_EQ(level.getValue(), 160.0f) << high;
+    }
+    level.setDirty(false);
+    level.setValue(-10.0f);
+    EXPECT_TRUE(level.isDirty());
+    level.setDirty(false);
+    level.setValue(-10.0f);
+    EXPECT_FALSE(level.isDirty());
     // Two values that clamp to the same one are the same value.
-    meter->setValue(-500.0f);
-    meter->setDirty(false);
-    meter->setValue(-infinity);
-    EXPECT_FALSE(meter->isDirty());
+    level.setValue(-500.0f);
+    level.setDirty(false);
+    level.setValue(-infinity);
+    EXPECT_FALSE(level.isDirty());
+
+    CVUMeter reduction({60, 48, 90, 238}, -32.0f, 0.0f);
+    reduction.setUpperClamp(0.0f);
+    reduction.setValue(3.0f);
+    EXPECT_EQ(reduction.getValue(), 0.0f);
 }
 
-// A meter rests at its lower clamp with the hold just inside the axis.
-TEST_F(VUMeterTest, LevelMeterHoldsItsHighestValueUntilReset)
+// A level meter rests at its lower clamp with the hold just inside the
+// axis; an inverted one at its upper clamp, holding its deepest value.
+TEST(VUMeterTest, HoldKeepsTheExtremeUntilResetInBothDirections)
 {
-    CVUMeter* meter = makeMeter(-32.0f, 1.9f);
-    EXPECT_EQ(meter->getAxisMin(), -32.0f);
-    EXPECT_EQ(meter->getAxisMax(), 1.9f);
-    EXPECT_EQ(meter->getValue(), -160.0f);
-    EXPECT_EQ(meter->getPeakHold(), -32.0f + 0.00000001f);
-    meter->setShowPeakHold(true);
+    CVUMeter level = levelMeter();
     for (float v : {-20.0f, -10.0f, -15.0f, -30.0f})
     {
-        meter->setValue(v);
+        level.setValue(v);
     }
-    EXPECT_EQ(meter->getValue(), -30.0f);
-    EXPECT_EQ(meter->getPeakHold(), -10.0f);
-    meter->reset();
-    EXPECT_EQ(meter->getValue(), -160.0f);
-    EXPECT_EQ(meter->getPeakHold(), -32.0f + 0.00000001f);
-    // After a reset the first value below the old hold becomes the hold.
-    meter->setValue(-25.0f);
-    EXPECT_EQ(meter->getPeakHold(), -25.0f);
-    // A value below the axis leaves the hold at the axis edge.
-    meter->reset();
-    meter->setValue(-50.0f);
-    EXPECT_EQ(meter->getPeakHold(), -32.0f + 0.00000001f);
-}
+    EXPECT_EQ(level.getValue(), -30.0f);
+    EXPECT_EQ(level.getPeakHold(), -10.0f);
+    level.reset();
+    EXPECT_EQ(level.getValue(), -160.0f);
+    EXPECT_EQ(level.getPeakHold(), -32.0f + restOffset);
+    level.setValue(-50.0f); // below the axis: the hold stays at its edge
+    EXPECT_EQ(level.getPeakHold(), -32.0f + restOffset);
 
-TEST_F(VUMeterTest, InvertedMeterHangsFromTheTopAndHoldsItsDeepestValue)
-{
-    CVUMeter* meter = makeGainReductionMeter();
-    EXPECT_EQ(meter->getValue(), 0.0f);
-    EXPECT_EQ(meter->getPeakHold(), 0.0f - 0.00000001f);
+    CVUMeter reduction({60, 48, 90, 238}, -32.0f, 0.0f);
+    reduction.setUpperClamp(0.0f);
+    reduction.setInverted(true);
+    EXPECT_EQ(reduction.getValue(), 0.0f);
     for (float v : {-3.0f, -6.0f, -1.0f})
     {
-        meter->setValue(v);
+        reduction.setValue(v);
     }
-    EXPECT_EQ(meter->getValue(), -1.0f);
-    EXPECT_EQ(meter->getPeakHold(), -6.0f);
-    meter->reset();
-    EXPECT_EQ(meter->getValue(), 0.0f);
-    EXPECT_EQ(meter->getPeakHold(), -0.00000001f);
-    meter->setValue(-2.0f);
-    EXPECT_EQ(meter->getPeakHold(), -2.0f);
+    EXPECT_EQ(reduction.getValue(), -1.0f);
+    EXPECT_EQ(reduction.getPeakHold(), -6.0f);
+    reduction.reset();
+    EXPECT_EQ(reduction.getPeakHold(), -restOffset);
 }
 
-TEST_F(VUMeterTest, FlagAndUpperClampSettersResetTheMeterOthersDoNot)
+TEST(VUMeterTest, FlagAndUpperClampSettersResetTheMeterOthersDoNot)
 {
-    CVUMeter* meter = makeMeter(-32.0f, 1.9f);
-    meter->setValue(-6.0f);
-    meter->setShowPeakHold(true);
-    EXPECT_EQ(meter->getValue(), -160.0f);
+    CVUMeter meter = levelMeter();
+    meter.setValue(-6.0f);
+    meter.setShowPeakHold(true);
+    EXPECT_EQ(meter.getValue(), -160.0f);
+    meter.setValue(-6.0f);
+    meter.setUpperClamp(1.0f);
+    EXPECT_EQ(meter.getValue(), -160.0f);
+    meter.setValue(-6.0f);
+    meter.setInverted(true);
+    EXPECT_EQ(meter.getValue(), 1.0f); // inverted rest: the upper clamp
 
-    meter->setValue(-6.0f);
-    meter->setUpperClamp(1.0f);
-    EXPECT_EQ(meter->getValue(), -160.0f);
-    meter->setValue(3.0f);
-    EXPECT_EQ(meter->getValue(), 1.0f);
-
-    meter->setValue(-6.0f);
-    meter->setInverted(true);
-    EXPECT_EQ(meter->getValue(), 1.0f); // inverted rest: the upper clamp
-
-    meter->setValue(-6.0f);
-    meter->setLowerClamp(-100.0f);
-    meter->setUpperZone(-10.0f);
-    meter->setLowerZone(-14.0f);
-    meter->setLabelOffset(14.0f);
-    meter->setRange(-32.0f, 1.9f, 4.0f);
-    EXPECT_EQ(meter->getValue(), -6.0f);
-    EXPECT_EQ(meter->getPeakHold(), -6.0f);
-    EXPECT_EQ(meter->getScaleStep(), 4.0f);
+    meter.setValue(-6.0f);
+    meter.setLowerClamp(-100.0f);
+    meter.setUpperZone(-10.0f);
+    meter.setLowerZone(-14.0f);
+    meter.setLabelOffset(14.0f);
+    meter.setRange(-32.0f, 1.9f, 4.0f);
+    EXPECT_EQ(meter.getValue(), -6.0f);
+    EXPECT_EQ(meter.getPeakHold(), -6.0f);
 }
 
-TEST_F(VUMeterTest, AxisMapsTheMinimumToTheBottomAndTheMaximumToTheTop)
+TEST(VUMeterTest, AxisMapsTheMinimumToTheBottomAndTheMaximumToTheTop)
 {
-    CVUMeter* meter = makeMeter(-32.0f, 1.9f);
+    const CVUMeter meter = levelMeter();
     // 190 rows for 33.9 dB.
-    EXPECT_DOUBLE_EQ(meter->valueToRow(1.9f), 0.0);
-    EXPECT_DOUBLE_EQ(meter->valueToRow(-32.0f), 190.0);
-    EXPECT_NEAR(meter->valueToRow(-15.05f), 95.0, 1e-4);
+    EXPECT_DOUBLE_EQ(meter.valueToRow(1.9f), 0.0);
+    EXPECT_DOUBLE_EQ(meter.valueToRow(-32.0f), 190.0);
+    EXPECT_NEAR(meter.valueToRow(-15.05f), 95.0, 1e-4);
 }

@@ -5,6 +5,7 @@
 #include "HostErrorHandler.h"
 
 #include <thread>
+#include <tuple>
 
 namespace
 {
@@ -86,8 +87,13 @@ TEST(XErrorGuardTest, DropsErrorsOnItsThreadAndForwardsTheRestToTheHostsHandler)
     EXPECT_EQ(host.count(), 3);
 }
 
-TEST_F(EditorTest, OpensAndClosesTwoHundredTimesThenShowsTheLatestValues)
+TEST_F(EditorTest, OpensA506By427WindowTwoHundredTimesThenShowsTheLatestValues)
 {
+    // The host learns the size before anything is open.
+    ERect* rect = nullptr;
+    ASSERT_EQ(effect->dispatch(effEditGetRect, 0, 0, &rect), 1);
+    EXPECT_EQ(std::make_tuple(rect->left, rect->top, rect->right, rect->bottom), std::make_tuple(0, 0, 506, 427));
+    EXPECT_EQ(editor().getCFrame(), nullptr);
     for (int cycle = 0; cycle < openCloseCycles; ++cycle)
     {
         ASSERT_EQ(effect->dispatch(effEditOpen, 0, 0, desktop->getParentHandle()), 1) << cycle;
@@ -104,6 +110,11 @@ TEST_F(EditorTest, OpensAndClosesTwoHundredTimesThenShowsTheLatestValues)
     // A change while closed is shown on the next opening.
     effect->setParameter(0, 0.25f);
     openEditor();
+    int width = 0;
+    int height = 0;
+    ASSERT_TRUE(desktop->getWindowSize(desktop->findEditorWindow(), width, height));
+    EXPECT_EQ(std::make_tuple(width, height), std::make_tuple(506, 427));
+    EXPECT_EQ(editor().getCFrame()->getNativeWindow(), desktop->findEditorWindow());
     const auto* gain = dynamic_cast<const CMyAnimKnob*>(editor().getControl(0));
     ASSERT_NE(gain, nullptr);
     EXPECT_EQ(gain->getValue(), 0.25f);

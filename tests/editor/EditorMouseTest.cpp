@@ -4,6 +4,7 @@
 #include "CMyOptionMenu.h"
 #include "CVUMeter.h"
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>

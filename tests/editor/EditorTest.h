@@ -42,7 +42,7 @@ protected:
         ASSERT_TRUE(idleUntil([this] {
             const uintptr_t window = desktop->findEditorWindow();
             return window != 0 && desktop->isViewable(window) && editor().getCFrame() &&
-                   editor().getCFrame()->getBackgroundView().getPaintCount() > 0;
+                   editor().getCFrame()->getPaintCount() > 0;
         })) << "the editor window never appeared";
     }
 
@@ -74,25 +74,4 @@ protected:
 
     std::unique_ptr<TestDesktop> desktop;
     std::unique_ptr<TestEffect> effect;
-};
-
-// Controls need a window to live in: a frame in a parent on the test server.
-class FrameTest : public ::testing::Test
-{
-protected:
-    void SetUp() override
-    {
-        desktop.reset(new TestDesktop(506, 427));
-        ASSERT_TRUE(desktop->isConnected());
-        frame.reset(new CFrame(reinterpret_cast<uintptr_t>(desktop->getParentHandle()), 506, 427, nullptr));
-    }
-
-    void TearDown() override
-    {
-        frame.reset();
-        desktop.reset();
-    }
-
-    std::unique_ptr<TestDesktop> desktop;
-    std::unique_ptr<CFrame> frame;
 };

@@ -1,6 +1,7 @@
 #include "CBitmap.h"
 
 #include "BitmapResources.h"
+#include "CBitmapCairo.h"
 
 #include <cstring>
 
@@ -26,7 +27,7 @@ cairo_status_t readPng(void* closure, unsigned char* data, unsigned int length)
 }
 }
 
-CBitmap::CBitmap(const char* resourceName) : surface(nullptr), width(0), height(0)
+CBitmap::CBitmap(const char* resourceName) : width(0), height(0)
 {
     const BitmapResource* resource = findBitmapResource(resourceName);
     if (!resource)
@@ -40,29 +41,9 @@ CBitmap::CBitmap(const char* resourceName) : surface(nullptr), width(0), height(
         cairo_surface_destroy(loaded);
         return;
     }
-    surface = loaded;
-    width = cairo_image_surface_get_width(surface);
-    height = cairo_image_surface_get_height(surface);
+    platformBitmap.reset(new CPlatformBitmap(loaded));
+    width = cairo_image_surface_get_width(loaded);
+    height = cairo_image_surface_get_height(loaded);
 }
 
-CBitmap::~CBitmap()
-{
-    if (surface)
-    {
-        cairo_surface_destroy(surface);
-    }
-}
-
-void CBitmap::drawFrame(cairo_t* cr, double x, double y, int frame, int frameHeight) const
-{
-    if (!surface || frameHeight <= 0)
-    {
-        return;
-    }
-    cairo_save(cr);
-    cairo_rectangle(cr, x, y, width, frameHeight);
-    cairo_clip(cr);
-    cairo_set_source_surface(cr, surface, x, y - static_cast<double>(frame) * frameHeight);
-    cairo_paint(cr);
-    cairo_restore(cr);
-}
+CBitmap::~CBitmap() = default;
