@@ -1,5 +1,6 @@
 #include "PalisorneCommandLine.h"
 
+#include "AudioFileFormat.h"
 #include "AudioFileWriter.h"
 #include "DemoMix.h"
 #include "EditSession.h"
@@ -57,8 +58,12 @@ int PalisorneCommandLine::run(int argc, const char* const* argv)
     bool json = false;
     double ceiling = 0.0;
     CLI::App* renderCommand = app.add_subcommand("render", "Render IN through the plug-in into OUT and report.");
-    renderCommand->add_option("IN", settings.inputPath, "Input audio file (mono or stereo)")->required();
-    renderCommand->add_option("OUT", settings.outputPath, "Output audio file; written only if the render succeeds")
+    renderCommand->add_option("IN", settings.inputPath, "Input audio file (mono or stereo); - reads standard input")
+        ->required();
+    renderCommand
+        ->add_option("OUT", settings.outputPath,
+                     "Output audio file, written only if the render succeeds; - writes standard output (the report "
+                     "then goes to standard error)")
         ->required();
     renderCommand->add_option("--plugin", settings.pluginPath, "VST2 module (default: KW_Palisorne.so)");
     renderCommand->add_option("--program", settings.program, "Program to select, by name or index");
@@ -72,11 +77,21 @@ int PalisorneCommandLine::run(int argc, const char* const* argv)
     renderCommand->add_option("--block", settings.blockFrames, "Frames per process call")->capture_default_str();
     renderCommand->add_flag("--keep-latency", settings.keepLatency,
                             "Do not compensate the plug-in's latency: OUT is delayed and longer by it");
+    renderCommand->add_option("--format", settings.format,
+                              "Output format: " + AudioFileFormat::supportedNames() + " (default: from OUT's extension)");
     renderCommand->add_option("--bits", settings.bits, "Output samples: 16, 24 or 32f (default: as IN)")
         ->check(CLI::IsMember({"16", "24", "32f"}));
-    renderCommand->add_flag("--mono", settings.monoOutput, "Write a mono input back as mono (mean of both outputs)");
+    renderCommand->add_option("--quality", settings.quality, "Quality of ogg, opus and mp3, 0 (smallest) to 10 (best)")
+        ->check(CLI::Range(0.0, 10.0));
+    renderCommand->add_flag("--no-dither", settings.noDither,
+                            "Round instead of adding triangular dither when OUT holds shorter integers");
+    renderCommand->add_flag("--stereo", settings.stereo, "Write a mono input as stereo (default: mono stays mono)");
+    renderCommand->add_flag("--accept-truncated", settings.acceptTruncated,
+                            "Render an input that holds less audio than its header announces");
     CLI::Option* ceilingOption = renderCommand->add_option(
-        "--ceiling", ceiling, "Ceiling in dB for the true-peak check (default: the limiter's Outceil when it is ours)");
+        "--check-ceiling", ceiling,
+        "Ceiling in dB the output's true peak is checked against; it changes nothing in the plug-in (default: the "
+        "limiter's Outceil when it is ours)");
     renderCommand->add_flag("--json", json, "Print the report as JSON");
 
     std::string infoPlugin;
@@ -190,14 +205,16 @@ int PalisorneCommandLine::run(int argc, const char* const* argv)
 int PalisorneCommandLine::render(const RenderSettings& settings, bool json)
 {
     ProgressBar progress(STDERR_FILENO);
+    // Audio on standard output leaves no room for the report there.
+    std::ostream& reportStream = AudioFileWriter::namesStandardOutput(settings.outputPath) ? err : out;
     const RenderReport report = Renderer(settings).run(&progress);
     if (json)
     {
-        report.printJson(out);
+        report.printJson(reportStream);
     }
     else
     {
-        report.printText(out);
+        report.printText(reportStream);
     }
     for (const std::string& warning : report.warnings)
     {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <limits>
 
 namespace
 {
@@ -72,8 +73,16 @@ void writeFile(JsonWriter& json, const AudioSummary& file)
         json.value(peak);
     }
     json.endArray();
+    json.key("measured_decoded");
+    json.value(file.decoded);
     json.endObject();
 }
+}
+
+double AudioSummary::largestTruePeakDbtp() const
+{
+    const auto& peaks = loudness.truePeakDbtp;
+    return peaks.empty() ? -std::numeric_limits<double>::infinity() : *std::max_element(peaks.begin(), peaks.end());
 }
 
 bool RenderReport::truePeakAboveCeiling() const
@@ -106,7 +115,9 @@ void RenderReport::printText(std::ostream& out) const
         out << "set       " << setting.name << " = " << setting.display << "\n";
     }
     out << "input     " << input.path << " (" << input.format << ")\n";
-    out << "output    " << output.path << " (" << output.format << ")\n";
+    out << "output    " << output.path << " (" << output.format << ")"
+        << (output.decoded ? ", measured decoded" : "") << "\n";
+    out << "dither    " << dither << "\n";
 
     printRow(out, "", "input", "output");
     char length[2][48];
@@ -206,6 +217,8 @@ void RenderReport::printJson(std::ostream& out) const
         }
         json.endArray();
     }
+    json.key("dither");
+    json.value(dither);
     json.key("ceiling_db");
     if (ceilingDb)
     {

@@ -16,6 +16,9 @@ struct AudioSummary
     int channels = 0;
     long long frames = 0;
     LoudnessFigures loudness;
+    bool decoded = false; // measured after encoding and decoding again
+
+    double largestTruePeakDbtp() const;
 };
 
 // A parameter as it stood when the render began.
@@ -46,6 +49,7 @@ public:
     // Per channel of the plug-in; empty when it is not our limiter.
     std::vector<double> maxGainReductionDb;
     std::optional<double> ceilingDb;
+    std::string dither;
     std::vector<std::string> warnings;
 
     // True when a channel's true peak lies above the ceiling by more than the

@@ -13,6 +13,7 @@
 #include "PlanarBuffer.h"
 #include "PluginLocator.h"
 #include "ProgressBar.h"
+#include "WordLengthReducer.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -54,9 +55,9 @@ void Renderer::checkPaths() const
     }
     struct stat input;
     struct stat output;
-    const bool inputExists = ::stat(settings.inputPath.c_str(), &input) == 0;
+    const bool inputExists = settings.inputPath != "-" && ::stat(settings.inputPath.c_str(), &input) == 0;
     const bool outputExists = ::stat(settings.outputPath.c_str(), &output) == 0;
-    if (settings.inputPath == settings.outputPath
+    if ((settings.inputPath == settings.outputPath && settings.inputPath != "-")
         || (inputExists && outputExists && input.st_dev == output.st_dev && input.st_ino == output.st_ino))
     {
         throw HostError("the output '" + settings.outputPath + "' is the input file; name another output");
@@ -100,6 +101,24 @@ void Renderer::applySettings(HostedPlugin& plugin, RenderReport& report) const
     }
 }
 
+// A lossy file is measured as a listener gets it: decoded again. A stream
+// cannot be read back, so there the figures stay those before encoding.
+void Renderer::measureOutput(const std::string& readablePath, int outputFormat, RenderReport& report) const
+{
+    if (!AudioFileFormat::isLossy(outputFormat))
+    {
+        return;
+    }
+    if (readablePath.empty())
+    {
+        report.warnings.push_back("'" + settings.outputPath
+                                  + "' is a stream and cannot be decoded again: its figures are those before encoding");
+        return;
+    }
+    report.output.loudness = LoudnessMeter::measureFile(readablePath);
+    report.output.decoded = true;
+}
+
 RenderReport Renderer::run(ProgressBar* progress)
 {
     if (settings.blockFrames < 1 || settings.blockFrames > largestBlock)
@@ -114,10 +133,6 @@ RenderReport Renderer::run(ProgressBar* progress)
     {
         throw HostError("'" + settings.inputPath + "' has " + std::to_string(fileChannels)
                         + " channels; palisorne renders mono and stereo files only");
-    }
-    if (settings.monoOutput && fileChannels != 1)
-    {
-        throw HostError("--mono applies to mono input only; '" + settings.inputPath + "' is stereo");
     }
 
     HostedPlugin plugin(settings.pluginPath.empty() ? PluginLocator::findDefault() : settings.pluginPath);
@@ -151,10 +166,13 @@ RenderReport Renderer::run(ProgressBar* progress)
                                   + " Hz with its times and filters set for " + std::to_string(clamped) + " Hz");
     }
     double inputGainDb = 0.0;
+    int pluginBits = 0;
     if (report.ours)
     {
         inputGainDb = shownNumber(module, "In gain").value_or(0.0);
         report.ceilingDb = shownNumber(module, "Outceil");
+        // "NumBits" shows the step 0..3 of 0, 8, 16 and 24 bits.
+        pluginBits = 8 * static_cast<int>(shownNumber(module, "NumBits").value_or(0.0));
     }
     if (settings.ceilingDb)
     {
@@ -165,10 +183,22 @@ RenderReport Renderer::run(ProgressBar* progress)
     const long long latency = std::max(0, module.initialDelay());
     report.latencyFrames = static_cast<int>(latency);
 
-    const int outputChannels = settings.monoOutput ? 1 : pluginChannels;
-    const int outputFormat =
-        AudioFileFormat::forOutput(settings.outputPath, reader.getFormat(), settings.bits, outputChannels, sampleRate);
-    AudioFileWriter writer(settings.outputPath, outputFormat, outputChannels, sampleRate);
+    const int outputChannels = fileChannels == 1 && !settings.stereo ? 1 : pluginChannels;
+    const int outputFormat = AudioFileFormat::forOutput(settings.outputPath, reader.getFormat(), settings.bits,
+                                                        outputChannels, sampleRate, settings.format);
+    if (settings.quality && !AudioFileFormat::isLossy(outputFormat))
+    {
+        throw HostError("--quality applies to lossy formats (ogg, opus, mp3), not to "
+                        + AudioFileFormat::describe(outputFormat));
+    }
+    const WordLengthReducer::Dither dither =
+        WordLengthReducer::choose(outputFormat, pluginBits, settings.noDither);
+    report.dither = WordLengthReducer::describe(dither, outputFormat);
+    AudioFileOptions options;
+    options.quality = settings.quality;
+    options.dither = dither == WordLengthReducer::Dither::triangular;
+    options.metadata = &reader.getMetadata();
+    AudioFileWriter writer(settings.outputPath, outputFormat, outputChannels, sampleRate, options);
     LoudnessMeter inputMeter(fileChannels, sampleRate);
     LoudnessMeter outputMeter(outputChannels, sampleRate);
     GainReductionMeter reductionMeter(pluginChannels, sampleRate, inputGainDb);
@@ -238,14 +268,7 @@ RenderReport Renderer::run(ProgressBar* progress)
         for (size_t frame = 0; frame < count; ++frame)
         {
             const float* pair = &producedBlock[(first + frame) * pluginChannels];
-            if (settings.monoOutput)
-            {
-                writtenBlock[frame] = 0.5f * (pair[0] + pair[1]);
-            }
-            else
-            {
-                std::copy(pair, pair + pluginChannels, &writtenBlock[frame * pluginChannels]);
-            }
+            std::copy(pair, pair + outputChannels, &writtenBlock[frame * static_cast<size_t>(outputChannels)]);
         }
         outputMeter.addFrames(writtenBlock.data(), count);
         writer.write(writtenBlock.data(), count);
@@ -257,6 +280,15 @@ RenderReport Renderer::run(ProgressBar* progress)
         }
     }
     plugin.stop();
+    const std::string truncation = reader.truncation();
+    if (!truncation.empty() && !settings.acceptTruncated)
+    {
+        throw HostError(truncation + "; nothing written (--accept-truncated renders what it holds)");
+    }
+    if (!truncation.empty())
+    {
+        report.warnings.push_back(truncation);
+    }
     writer.commit();
     if (progress != nullptr)
     {
@@ -274,16 +306,25 @@ RenderReport Renderer::run(ProgressBar* progress)
     report.output.sampleRate = sampleRate;
     report.output.channels = outputChannels;
     report.output.loudness = outputMeter.getFigures();
+    measureOutput(writer.getReadablePath(), outputFormat, report);
     if (report.ours)
     {
         report.maxGainReductionDb = reductionMeter.getMaxReductionDb();
     }
-    if (report.truePeakAboveCeiling())
+    if (report.truePeakAboveCeiling() && report.output.decoded)
     {
-        const auto& peaks = report.output.loudness.truePeakDbtp;
+        char text[200];
+        std::snprintf(text, sizeof(text),
+                      "encoding lifted the output's true peak to %.2f dBTP, above the ceiling of %.2f dB; "
+                      "lower the ceiling or raise --quality",
+                      report.output.largestTruePeakDbtp(), *report.ceilingDb);
+        report.warnings.push_back(text);
+    }
+    else if (report.truePeakAboveCeiling())
+    {
         char text[160];
         std::snprintf(text, sizeof(text), "the output's true peak, %.2f dBTP, lies above the ceiling of %.2f dB",
-                      *std::max_element(peaks.begin(), peaks.end()), *report.ceilingDb);
+                      report.output.largestTruePeakDbtp(), *report.ceilingDb);
         report.warnings.push_back(text);
     }
     return report;

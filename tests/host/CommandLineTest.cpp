@@ -124,6 +124,8 @@ TEST(CommandLineErrors, UnknownNamesAndValuesOutOfRange)
     scene.expectCleanFailure(scene.probeRender({"--set", "Gain=30"}), "out of range");
     scene.expectCleanFailure(scene.probeRender({"--set-norm", "Gain=2"}), "out of range");
     scene.expectCleanFailure(scene.probeRender({"--bits", "8"}), "--bits", 2);
+    scene.expectCleanFailure(scene.render(scene.input, TestModules::delayProbe, {"--format", "m4a"}),
+                             "--format 'm4a' names no format palisorne writes; the formats are wav,");
 }
 
 // A render that fails while writing (here: the file size limit is hit) must
@@ -139,6 +141,43 @@ TEST(CommandLineErrors, FailureWhileWritingLeavesNoTrace)
     EXPECT_EQ(run.err.rfind("palisorne: error: cannot write '" + scene.output + "'", 0), 0u) << run.err;
     EXPECT_EQ(ScratchDirectory::contentsOf(scene.output), scene.previousOutput);
     EXPECT_EQ(scene.scratch.entries(), scene.files);
+}
+
+// Where the output goes: a link's target, replaced in its own directory; a
+// pipe or FIFO, written as a stream; "-" both ways. Nothing else is created.
+TEST(CommandLineFiles, LinksPipesFifosAndStandardStreams)
+{
+    RenderScene scene;
+    ScratchDirectory& scratch = scene.scratch;
+    const TestAudio input = TestAudio::read(scene.input);
+    const std::string flac = scene.addInput("in.flac", 2, 0);
+    TestAudio::noise(2, 48000, 30000, 0.5f, SF_FORMAT_FLAC | SF_FORMAT_PCM_24).write(flac);
+    const std::string shell = "'" + std::string(PALISORNE_EXECUTABLE) + "' render --plugin '" + TestModules::delayProbe
+                              + "' --no-dither ";
+    ASSERT_EQ(::mkdir(scratch.path("real").c_str(), 0755), 0);
+    std::ofstream(scratch.path("real/target.wav")) << "old";
+    ASSERT_EQ(::symlink("real/target.wav", scratch.path("link.wav").c_str()), 0);
+    ASSERT_EQ(::mkfifo(scratch.path("fifo").c_str(), 0644), 0);
+    const ProcessRun run = ProcessRun::run(
+        {"/bin/sh", "-c",
+         "cd '" + scratch.root() + "' && " + shell + "in.wav link.wav && " + shell
+             + "in.wav /dev/stdout --format wav | cat > piped.wav && cat in.flac | " + shell
+             + "- - --format flac --json | cat > streamed.flac && { cat fifo > fromfifo.wav & " + shell
+             + "in.wav fifo --format wav > /dev/null; wait; }"},
+        scratch.root());
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    struct stat link;
+    ASSERT_EQ(::lstat(scratch.path("link.wav").c_str(), &link), 0);
+    EXPECT_TRUE(S_ISLNK(link.st_mode));
+    EXPECT_EQ(TestAudio::read(scratch.path("real/target.wav")).samples, input.samples);
+    EXPECT_EQ(TestAudio::read(scratch.path("piped.wav")).samples, input.samples);
+    EXPECT_EQ(TestAudio::read(scratch.path("streamed.flac")).samples, TestAudio::read(flac).samples);
+    // The report moves to stderr when the audio takes stdout.
+    EXPECT_NE(run.err.find("latency   100 samples"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("\"path\": \"-\""), std::string::npos) << run.err;
+    EXPECT_EQ(TestAudio::read(scratch.path("fromfifo.wav")).samples, input.samples);
+    EXPECT_EQ(scratch.entries(), (std::vector<std::string>{"fifo", "fromfifo.wav", "in.flac", "in.wav", "link.wav",
+                                                           "out.wav", "piped.wav", "real", "streamed.flac"}));
 }
 
 TEST(CommandLineRender, TextReportAndNoProgressBarWhenNotATerminal)
