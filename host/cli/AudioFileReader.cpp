@@ -66,9 +66,16 @@ int64_t announcedByHeader(SNDFILE* file, const SF_INFO& info)
     {
         return -1;
     }
-    // The bytes per frame follow from what libsndfile kept.
-    return static_cast<int64_t>(static_cast<double>(stated) / static_cast<double>(available)
-                                * static_cast<double>(info.frames));
+    const int bits = AudioFileFormat::integerBits(info.format);
+    const int sampleType = info.format & SF_FORMAT_SUBMASK;
+    const int bytes = bits > 0 ? bits / 8 : sampleType == SF_FORMAT_FLOAT ? 4 : sampleType == SF_FORMAT_DOUBLE ? 8 : 0;
+    if (bytes == 0)
+    {
+        // Packed sample types: the ratio of the sizes tells.
+        return static_cast<int64_t>(static_cast<double>(stated) / static_cast<double>(available)
+                                    * static_cast<double>(info.frames));
+    }
+    return stated / (bytes * info.channels);
 }
 }
 

@@ -1,5 +1,8 @@
 #include "AudioMetadata.h"
 
+#include <algorithm>
+#include <cstddef>
+
 AudioMetadata AudioMetadata::readFrom(SNDFILE* file)
 {
     AudioMetadata metadata;
@@ -26,7 +29,10 @@ void AudioMetadata::writeTo(SNDFILE* file) const
     }
     if (hasBroadcastInfo)
     {
+        // libsndfile wants the size the coding history needs, not the room.
         BroadcastInfo copy = broadcastInfo;
-        sf_command(file, SFC_SET_BROADCAST_INFO, &copy, sizeof(copy));
+        const size_t needed = offsetof(BroadcastInfo, coding_history) + copy.coding_history_size;
+        sf_command(file, SFC_SET_BROADCAST_INFO, &copy,
+                   static_cast<int>(std::max(sizeof(SF_BROADCAST_INFO), std::min(needed, sizeof(copy)))));
     }
 }

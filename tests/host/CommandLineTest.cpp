@@ -123,6 +123,7 @@ TEST(CommandLineErrors, UnknownNamesAndValuesOutOfRange)
     scene.expectCleanFailure(scene.probeRender({"--program", "7"}), "program 7 does not exist");
     scene.expectCleanFailure(scene.probeRender({"--set", "Gain=30"}), "out of range");
     scene.expectCleanFailure(scene.probeRender({"--set-norm", "Gain=2"}), "out of range");
+    scene.expectCleanFailure(scene.probeRender({"--set", "Delay=5dB"}), "the unit 'dB' does not fit Delay, which shows smp");
     scene.expectCleanFailure(scene.probeRender({"--bits", "8"}), "--bits", 2);
     scene.expectCleanFailure(scene.render(scene.input, TestModules::delayProbe, {"--format", "m4a"}),
                              "--format 'm4a' names no format palisorne writes; the formats are wav,");
@@ -289,6 +290,33 @@ TEST(CommandLineOurs, DefaultModuleIsFoundBesideTheExecutable)
     EXPECT_NE(run.out.find("'KWPS' (0x4B575053), ours"), std::string::npos) << run.out;
     EXPECT_NE(run.out.find("latency     1535 samples"), std::string::npos) << run.out;
     EXPECT_NE(run.out.find("   3  EBU R128 -1 dBTP"), std::string::npos) << run.out;
+}
+
+// Names in any case or cut short, values with their units or as on/off; the
+// full name of a program the plug-in shows cut to 24 characters.
+TEST(CommandLineOurs, NamesAndValuesAsAPersonTypesThem)
+{
+    SKIP_WITHOUT_MODULE(TestModules::ours);
+    RenderScene scene;
+    scene.expectCleanFailure(scene.render(scene.input, TestModules::ours, {"--set", "l=1"}),
+                             "the parameter 'l' is ambiguous: it begins Lookahd, Link");
+    scene.expectCleanFailure(scene.render(scene.input, TestModules::ours, {"--program", "20"}),
+                             "program 20 is an empty slot ('Program 20')");
+    EXPECT_EQ(ProcessRun::palisorne(scene.render(scene.input, TestModules::ours, {"--program", "Program 20"}),
+                                    scene.scratch.root())
+                  .exitCode,
+              0);
+    const ProcessRun run = ProcessRun::palisorne(
+        scene.render(scene.input, TestModules::ours,
+                     {"--program", "+10 dB TRUE peak headroom", "--set", "att=20ms", "--set", "lookahd=1.5 ms", "--set",
+                      "Link=40%", "--set", "isp=off", "--set", "outceil=-1dB", "--set-norm", "AES17=on"}),
+        scene.scratch.root());
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    for (const char* line : {"program   +10 dB true peak headroo\n", "Attack = 0.0200 s\n", "Lookahd = 0.0015 s\n",
+                             "Link = 40 %\n", "ISP = 0.0\n", "Outceil = -1.0 dB\n", "AES17 = 1\n"})
+    {
+        EXPECT_NE(run.out.find(line), std::string::npos) << line << " in\n" << run.out;
+    }
 }
 
 TEST(CommandLineOurs, DemoRendersTheGeneratedMixAndReports)
