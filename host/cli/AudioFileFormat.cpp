@@ -210,6 +210,34 @@ int AudioFileFormat::integerBits(int format)
     }
 }
 
+std::string AudioFileFormat::kindName(int format)
+{
+    const int container = (format & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAVEX ? SF_FORMAT_WAV : format & SF_FORMAT_TYPEMASK;
+    for (const OutputKind& kind : outputKinds)
+    {
+        if (kind.container == container && (kind.sampleType == 0 || kind.sampleType == (format & SF_FORMAT_SUBMASK)))
+        {
+            return kind.name;
+        }
+    }
+    return std::string();
+}
+
+std::string AudioFileFormat::bitsName(int format)
+{
+    switch (format & SF_FORMAT_SUBMASK)
+    {
+    case SF_FORMAT_PCM_16:
+        return "16";
+    case SF_FORMAT_PCM_24:
+        return "24";
+    case SF_FORMAT_FLOAT:
+        return "32f";
+    default:
+        return std::string();
+    }
+}
+
 std::string AudioFileFormat::describe(int format)
 {
     return nameOf(format & SF_FORMAT_TYPEMASK, SFC_GET_FORMAT_MAJOR, SFC_GET_FORMAT_MAJOR_COUNT) + ", "

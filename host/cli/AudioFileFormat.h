@@ -26,6 +26,12 @@ public:
     // float and encoded samples.
     static int integerBits(int format);
 
+    // The name forOutput takes for this format ("wav", "opus" ...), empty for
+    // one it does not write.
+    static std::string kindName(int format);
+    // What --bits takes for this sample type ("16", "24", "32f"), else empty.
+    static std::string bitsName(int format);
+
     // "WAV, 24-bit PCM" and the like.
     static std::string describe(int format);
 };

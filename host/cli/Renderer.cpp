@@ -73,6 +73,25 @@ void Renderer::checkPaths() const
 void Renderer::applySettings(HostedPlugin& plugin, RenderReport& report) const
 {
     VstModule& module = plugin.module();
+    if (settings.programIndex)
+    {
+        if (*settings.programIndex < 0 || *settings.programIndex >= module.numPrograms())
+        {
+            throw HostError("the recorded program " + std::to_string(*settings.programIndex) + " does not exist in "
+                            + plugin.displayName());
+        }
+        module.setProgram(*settings.programIndex);
+    }
+    for (const RecordedValue& recorded : settings.recordedValues)
+    {
+        if (recorded.index < 0 || recorded.index >= module.numParams()
+            || !NameMatch::matches(module.parameterName(recorded.index), recorded.name))
+        {
+            throw HostError("the recorded parameter " + std::to_string(recorded.index) + " '" + recorded.name
+                            + "' is not a parameter of " + plugin.displayName() + " by that number");
+        }
+        module.setParameter(recorded.index, recorded.normalised);
+    }
     if (!settings.program.empty())
     {
         plugin.selectProgram(settings.program);
@@ -93,11 +112,19 @@ void Renderer::applySettings(HostedPlugin& plugin, RenderReport& report) const
     if (module.numPrograms() > 0)
     {
         report.program = module.programName();
+        report.programIndex = module.program();
     }
+    const auto summary = [&module](int index) -> ParameterSummary {
+        return {index, NameMatch::trimmed(module.parameterName(index)), displayWithLabel(module, index),
+                module.getParameter(index)};
+    };
     for (int index : changed)
     {
-        report.settings.push_back({NameMatch::trimmed(module.parameterName(index)), displayWithLabel(module, index),
-                                   module.getParameter(index)});
+        report.settings.push_back(summary(index));
+    }
+    for (int index = 0; index < module.numParams(); ++index)
+    {
+        report.parameters.push_back(summary(index));
     }
 }
 
@@ -153,6 +180,12 @@ RenderReport Renderer::run(ProgressBar* progress)
     report.uniqueId = plugin.uniqueIdText();
     report.ours = plugin.isOurs();
     report.latencyCompensated = !settings.keepLatency;
+    report.vendorVersion = module.vendorVersion();
+    report.vstVersion = module.vstVersion();
+    report.blockFrames = settings.blockFrames;
+    report.quality = settings.quality;
+    report.noDither = settings.noDither;
+    report.stereo = settings.stereo;
 
     applySettings(plugin, report);
 
@@ -194,6 +227,8 @@ RenderReport Renderer::run(ProgressBar* progress)
     const WordLengthReducer::Dither dither =
         WordLengthReducer::choose(outputFormat, pluginBits, settings.noDither);
     report.dither = WordLengthReducer::describe(dither, outputFormat);
+    report.outputKind = AudioFileFormat::kindName(outputFormat);
+    report.bits = AudioFileFormat::bitsName(outputFormat);
     AudioFileOptions options;
     options.quality = settings.quality;
     options.dither = dither == WordLengthReducer::Dither::triangular;
@@ -307,10 +342,8 @@ RenderReport Renderer::run(ProgressBar* progress)
     report.output.channels = outputChannels;
     report.output.loudness = outputMeter.getFigures();
     measureOutput(writer.getReadablePath(), outputFormat, report);
-    if (report.ours)
-    {
-        report.maxGainReductionDb = reductionMeter.getMaxReductionDb();
-    }
+    report.largestGainReductionDb = reductionMeter.getLargestReductionDb();
+    report.meanGainReductionDb = reductionMeter.getMeanReductionDb();
     if (report.truePeakAboveCeiling() && report.output.decoded)
     {
         char text[200];

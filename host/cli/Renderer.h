@@ -9,12 +9,22 @@
 class HostedPlugin;
 class ProgressBar;
 
+// A parameter value taken over exactly, as a report recorded it.
+struct RecordedValue
+{
+    int index = 0;
+    std::string name; // checked against the plug-in's
+    float normalised = 0.0f;
+};
+
 // What one render is asked to do.
 struct RenderSettings
 {
     std::string inputPath;
     std::string outputPath;
     std::string pluginPath;                      // empty: our module, found by PluginLocator
+    std::optional<int> programIndex;             // as recorded: selected first, even an empty slot
+    std::vector<RecordedValue> recordedValues;   // set after it, before everything else
     std::string program;                         // name or index; empty: the plug-in's current one
     std::vector<std::string> unitSettings;       // "NAME=VALUE" in the units the plug-in shows
     std::vector<std::string> normalisedSettings; // "NAME=VALUE" with VALUE in 0..1
