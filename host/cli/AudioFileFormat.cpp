@@ -6,10 +6,32 @@
 
 #include <algorithm>
 #include <cctype>
-#include <vector>
 
 namespace
 {
+// The kinds of file palisorne writes, by the name --format takes and the
+// extensions that choose them. A sample type of 0 follows the input.
+struct OutputKind
+{
+    const char* name;
+    const char* extensions[3];
+    int container;
+    int sampleType;
+};
+
+constexpr OutputKind outputKinds[] = {
+    {"wav", {"wav", "wave", nullptr}, SF_FORMAT_WAV, 0},
+    {"w64", {"w64", nullptr, nullptr}, SF_FORMAT_W64, 0},
+    {"rf64", {"rf64", nullptr, nullptr}, SF_FORMAT_RF64, 0},
+    {"aiff", {"aiff", "aif", "aifc"}, SF_FORMAT_AIFF, 0},
+    {"caf", {"caf", nullptr, nullptr}, SF_FORMAT_CAF, 0},
+    {"au", {"au", "snd", nullptr}, SF_FORMAT_AU, 0},
+    {"flac", {"flac", nullptr, nullptr}, SF_FORMAT_FLAC, 0},
+    {"ogg", {"ogg", "oga", nullptr}, SF_FORMAT_OGG, SF_FORMAT_VORBIS},
+    {"opus", {"opus", nullptr, nullptr}, SF_FORMAT_OGG, SF_FORMAT_OPUS},
+    {"mp3", {"mp3", nullptr, nullptr}, SF_FORMAT_MPEG, SF_FORMAT_MPEG_LAYER_III},
+};
+
 std::string lowerCase(std::string text)
 {
     std::transform(text.begin(), text.end(), text.begin(),
@@ -28,56 +50,37 @@ std::string extensionOf(const std::string& path)
     return lowerCase(path.substr(dot + 1));
 }
 
-// The containers libsndfile lists, with their extensions.
-std::vector<SF_FORMAT_INFO> majorFormats()
+bool isValid(int format, int channels, int sampleRate)
 {
-    int count = 0;
-    sf_command(nullptr, SFC_GET_FORMAT_MAJOR_COUNT, &count, sizeof(count));
-    std::vector<SF_FORMAT_INFO> formats(static_cast<size_t>(std::max(count, 0)));
-    for (int i = 0; i < count; ++i)
-    {
-        formats[static_cast<size_t>(i)].format = i;
-        sf_command(nullptr, SFC_GET_FORMAT_MAJOR, &formats[static_cast<size_t>(i)], sizeof(SF_FORMAT_INFO));
-    }
-    return formats;
+    SF_INFO info = {};
+    info.format = format;
+    info.channels = channels;
+    info.samplerate = sampleRate;
+    return sf_format_check(&info) != 0;
 }
 
-// The extension libsndfile gives a container, empty when it lists none.
-std::string extensionOfContainer(int container)
+// The kind is written by this build of libsndfile (checked on stereo at
+// 48 kHz, which every kind takes).
+bool isWritable(const OutputKind& kind)
 {
-    for (const SF_FORMAT_INFO& major : majorFormats())
-    {
-        if ((major.format & SF_FORMAT_TYPEMASK) == container && major.extension != nullptr)
-        {
-            return lowerCase(major.extension);
-        }
-    }
-    return std::string();
+    return isValid(kind.container | (kind.sampleType != 0 ? kind.sampleType : SF_FORMAT_PCM_16), 2, 48000);
 }
 
-// The container libsndfile associates with an extension, 0 when none.
-int containerForExtension(const std::string& extension)
+const OutputKind* kindNamed(const std::string& name, bool byExtension)
 {
-    if (extension.empty())
+    for (const OutputKind& kind : outputKinds)
     {
-        return 0;
-    }
-    if (extension == "aif")
-    {
-        return SF_FORMAT_AIFF;
-    }
-    if (extension == "oga" || extension == "opus")
-    {
-        return SF_FORMAT_OGG;
-    }
-    for (const SF_FORMAT_INFO& major : majorFormats())
-    {
-        if (major.extension != nullptr && extension == lowerCase(major.extension))
+        bool named = !byExtension && name == kind.name;
+        for (const char* extension : kind.extensions)
         {
-            return major.format & SF_FORMAT_TYPEMASK;
+            named = named || (byExtension && extension != nullptr && name == extension);
+        }
+        if (named && isWritable(kind))
+        {
+            return &kind;
         }
     }
-    return 0;
+    return nullptr;
 }
 
 int sampleTypeForBits(const std::string& bits)
@@ -95,15 +98,6 @@ int sampleTypeForBits(const std::string& bits)
         return SF_FORMAT_FLOAT;
     }
     throw HostError("--bits takes 16, 24 or 32f, not '" + bits + "'");
-}
-
-bool isValid(int format, int channels, int sampleRate)
-{
-    SF_INFO info = {};
-    info.format = format;
-    info.channels = channels;
-    info.samplerate = sampleRate;
-    return sf_format_check(&info) != 0;
 }
 
 std::string nameOf(int format, int command, int countCommand)
@@ -125,16 +119,34 @@ std::string nameOf(int format, int command, int countCommand)
 }
 
 int AudioFileFormat::forOutput(const std::string& outputPath, int inputFormat, const std::string& bits, int channels,
-                               int sampleRate)
+                               int sampleRate, const std::string& formatName)
 {
-    // Several containers share an extension (WAV and WAVEX, say): when the
-    // input's container fits the output's extension, it stays.
     const std::string extension = extensionOf(outputPath);
-    const int inputContainer = inputFormat & SF_FORMAT_TYPEMASK;
-    int container = containerForExtension(extension);
-    if (container == 0 || extensionOfContainer(inputContainer) == extension)
+    const OutputKind* kind = formatName.empty() ? kindNamed(extension, true) : kindNamed(lowerCase(formatName), false);
+    if (kind == nullptr)
     {
-        container = inputContainer;
+        const std::string what = !formatName.empty() ? "--format '" + formatName + "' names no format palisorne writes"
+                                 : extension.empty()
+                                     ? "'" + outputPath + "' has no file extension; name its format with --format"
+                                     : "'" + outputPath + "': palisorne writes no '." + extension + "' files";
+        throw HostError(what + "; the formats are " + supportedNames());
+    }
+    // WAV and WAVEX share an extension: a WAVEX input stays WAVEX.
+    const int inputContainer = inputFormat & SF_FORMAT_TYPEMASK;
+    const int container =
+        kind->container == SF_FORMAT_WAV && inputContainer == SF_FORMAT_WAVEX ? SF_FORMAT_WAVEX : kind->container;
+    const std::string where = " (" + std::to_string(channels) + " channel(s) at " + std::to_string(sampleRate) + " Hz)";
+    if (kind->sampleType != 0)
+    {
+        if (!bits.empty())
+        {
+            throw HostError("--bits does not apply to " + std::string(kind->name) + ", whose samples are encoded");
+        }
+        if (!isValid(container | kind->sampleType, channels, sampleRate))
+        {
+            throw HostError("'" + outputPath + "': libsndfile cannot encode " + kind->name + where);
+        }
+        return container | kind->sampleType;
     }
     if (!bits.empty())
     {
@@ -144,22 +156,86 @@ int AudioFileFormat::forOutput(const std::string& outputPath, int inputFormat, c
             const std::string sampleType = bits == "32f" ? std::string("32-bit float") : bits + "-bit";
             throw HostError("'" + outputPath
                             + "': " + nameOf(container, SFC_GET_FORMAT_MAJOR, SFC_GET_FORMAT_MAJOR_COUNT)
-                            + " cannot hold " + sampleType + " samples (" + std::to_string(channels) + " channel(s) at "
-                            + std::to_string(sampleRate) + " Hz)");
+                            + " cannot hold " + sampleType + " samples" + where);
         }
         return format;
     }
-    const int candidates[] = {inputFormat & SF_FORMAT_SUBMASK, SF_FORMAT_PCM_24, SF_FORMAT_FLOAT, SF_FORMAT_PCM_16,
-                              SF_FORMAT_VORBIS};
-    for (int sampleType : candidates)
+    // An encoded input's sample type means nothing to an uncompressed file.
+    const int inputSampleType = isLossy(inputFormat) ? SF_FORMAT_PCM_24 : inputFormat & SF_FORMAT_SUBMASK;
+    for (int sampleType : {inputSampleType, int{SF_FORMAT_PCM_24}, int{SF_FORMAT_FLOAT}, int{SF_FORMAT_PCM_16}})
     {
         if (isValid(container | sampleType, channels, sampleRate))
         {
             return container | sampleType;
         }
     }
-    throw HostError("'" + outputPath + "': libsndfile cannot write this kind of file at " + std::to_string(sampleRate)
-                    + " Hz with " + std::to_string(channels) + " channel(s)");
+    throw HostError("'" + outputPath + "': libsndfile cannot write " + kind->name + where);
+}
+
+std::string AudioFileFormat::supportedNames()
+{
+    std::string names;
+    for (const OutputKind& kind : outputKinds)
+    {
+        if (isWritable(kind))
+        {
+            names += (names.empty() ? "" : ", ") + std::string(kind.name);
+        }
+    }
+    return names;
+}
+
+bool AudioFileFormat::isLossy(int format)
+{
+    const int sampleType = format & SF_FORMAT_SUBMASK;
+    return sampleType == SF_FORMAT_VORBIS || sampleType == SF_FORMAT_OPUS || sampleType == SF_FORMAT_MPEG_LAYER_I
+           || sampleType == SF_FORMAT_MPEG_LAYER_II || sampleType == SF_FORMAT_MPEG_LAYER_III;
+}
+
+int AudioFileFormat::integerBits(int format)
+{
+    switch (format & SF_FORMAT_SUBMASK)
+    {
+    case SF_FORMAT_PCM_S8:
+    case SF_FORMAT_PCM_U8:
+        return 8;
+    case SF_FORMAT_PCM_16:
+        return 16;
+    case SF_FORMAT_PCM_24:
+        return 24;
+    case SF_FORMAT_PCM_32:
+        return 32;
+    default:
+        return 0;
+    }
+}
+
+std::string AudioFileFormat::kindName(int format)
+{
+    const int container = (format & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAVEX ? SF_FORMAT_WAV : format & SF_FORMAT_TYPEMASK;
+    for (const OutputKind& kind : outputKinds)
+    {
+        if (kind.container == container && (kind.sampleType == 0 || kind.sampleType == (format & SF_FORMAT_SUBMASK)))
+        {
+            return kind.name;
+        }
+    }
+    return std::string();
+}
+
+std::string AudioFileFormat::bitsName(int format)
+{
+    switch (format & SF_FORMAT_SUBMASK)
+    {
+    case SF_FORMAT_PCM_16:
+        return "16";
+    case SF_FORMAT_PCM_24:
+        return "24";
+    case SF_FORMAT_FLOAT:
+        return "32f";
+    default:
+        return std::string();
+    }
 }
 
 std::string AudioFileFormat::describe(int format)

@@ -2,13 +2,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 GainReductionMeter::GainReductionMeter(int channels, int sampleRate, double inputGainDb)
     : channels(channels)
     , windowFrames(std::max<size_t>(1, static_cast<size_t>(std::lround(windowSeconds * sampleRate))))
-    , inputGain(std::pow(10.0, inputGainDb / 20.0))
-    , inputPeaks(static_cast<size_t>(channels))
-    , outputPeaks(static_cast<size_t>(channels))
+    , inputPower(std::pow(10.0, inputGainDb / 10.0))
+    , inputEnergies(static_cast<size_t>(channels))
+    , outputEnergies(static_cast<size_t>(channels))
     , inputFramesInWindow(0)
     , outputFramesInWindow(0)
 {
@@ -16,54 +17,77 @@ GainReductionMeter::GainReductionMeter(int channels, int sampleRate, double inpu
 
 void GainReductionMeter::addInput(const float* interleaved, size_t frames)
 {
-    addPeaks(interleaved, frames, inputPeaks, inputFramesInWindow);
+    addEnergies(interleaved, frames, inputEnergies, inputFramesInWindow);
 }
 
 void GainReductionMeter::addOutput(const float* interleaved, size_t frames)
 {
-    addPeaks(interleaved, frames, outputPeaks, outputFramesInWindow);
+    addEnergies(interleaved, frames, outputEnergies, outputFramesInWindow);
 }
 
-void GainReductionMeter::addPeaks(const float* interleaved, size_t frames, std::vector<std::vector<float>>& peaks,
-                                  size_t& framesInWindow)
+void GainReductionMeter::addEnergies(const float* interleaved, size_t frames,
+                                     std::vector<std::vector<double>>& energies, size_t& framesInWindow)
 {
     for (size_t frame = 0; frame < frames; ++frame)
     {
         if (framesInWindow == 0)
         {
-            for (auto& channelPeaks : peaks)
+            for (auto& channelEnergies : energies)
             {
-                channelPeaks.push_back(0.0f);
+                channelEnergies.push_back(0.0);
             }
         }
         for (int channel = 0; channel < channels; ++channel)
         {
-            float& peak = peaks[static_cast<size_t>(channel)].back();
-            peak = std::max(peak, std::fabs(interleaved[frame * static_cast<size_t>(channels) + channel]));
+            const double sample = interleaved[frame * static_cast<size_t>(channels) + static_cast<size_t>(channel)];
+            energies[static_cast<size_t>(channel)].back() += sample * sample;
         }
         framesInWindow = (framesInWindow + 1) % windowFrames;
     }
 }
 
-std::vector<double> GainReductionMeter::getMaxReductionDb() const
+std::vector<std::vector<double>> GainReductionMeter::reductions() const
 {
-    const double floor = std::pow(10.0, floorDbfs / 20.0);
-    std::vector<double> reduction(static_cast<size_t>(channels), 0.0);
-    for (size_t channel = 0; channel < reduction.size(); ++channel)
+    // A window's energy against the floor's: partial windows at the end hold
+    // the same number of frames on both sides, so ratios need no counts.
+    const double floorPower = std::pow(10.0, floorDbfs / 10.0) * static_cast<double>(windowFrames);
+    std::vector<std::vector<double>> result(static_cast<size_t>(channels));
+    for (size_t channel = 0; channel < result.size(); ++channel)
     {
-        const size_t windows = std::min(inputPeaks[channel].size(), outputPeaks[channel].size());
+        const size_t windows = std::min(inputEnergies[channel].size(), outputEnergies[channel].size());
         for (size_t window = 0; window < windows; ++window)
         {
-            const double raisedInput = inputGain * inputPeaks[channel][window];
-            const double output = outputPeaks[channel][window];
-            if (raisedInput < floor)
+            const double raisedInput = inputPower * inputEnergies[channel][window];
+            const double output = outputEnergies[channel][window];
+            if (raisedInput < floorPower)
             {
                 continue;
             }
-            const double decibels =
-                output > 0.0 ? 20.0 * std::log10(raisedInput / output) : 20.0 * std::log10(raisedInput / floor);
-            reduction[channel] = std::max(reduction[channel], decibels);
+            const double decibels = 10.0 * std::log10(raisedInput / std::max(output, floorPower));
+            result[channel].push_back(std::max(decibels, 0.0));
         }
     }
-    return reduction;
+    return result;
+}
+
+std::vector<double> GainReductionMeter::getLargestReductionDb() const
+{
+    std::vector<double> largest;
+    for (const std::vector<double>& windows : reductions())
+    {
+        largest.push_back(windows.empty() ? 0.0 : *std::max_element(windows.begin(), windows.end()));
+    }
+    return largest;
+}
+
+std::vector<double> GainReductionMeter::getMeanReductionDb() const
+{
+    std::vector<double> mean;
+    for (const std::vector<double>& windows : reductions())
+    {
+        mean.push_back(windows.empty() ? 0.0
+                                       : std::accumulate(windows.begin(), windows.end(), 0.0)
+                                             / static_cast<double>(windows.size()));
+    }
+    return mean;
 }

@@ -3,14 +3,13 @@
 #include <cstddef>
 #include <vector>
 
-// The largest gain reduction per channel, measured from the audio. A
-// limiter's own gain-reduction meter is not visible through the plug-in
-// interface, so the reduction is read off the signals: per window of 10 ms,
-// the input's peak raised by the input gain against the output's peak in the
-// same window (the output aligned with the input). Windows whose raised
-// input stays below -60 dBFS do not count, and a window where the output
-// rises above the raised input (saturation adds harmonics) counts as no
-// reduction.
+// Gain reduction over time per channel, read off the signals: the VST2
+// interface gives a host no access to a plug-in's own meters. Per window of
+// 10 ms, the output's RMS level is set against the input's, raised by the
+// plug-in's input gain, in the same window (the output aligned with the
+// input); the reduction is how far the output stays below. Windows whose
+// raised input lies under -60 dBFS RMS do not count, and a window where the
+// output is louder (saturation adds harmonics) counts as no reduction.
 class GainReductionMeter
 {
 public:
@@ -18,22 +17,25 @@ public:
 
     void addInput(const float* interleaved, size_t frames);
     void addOutput(const float* interleaved, size_t frames);
-    // In dB, 0 or more, per channel.
-    std::vector<double> getMaxReductionDb() const;
+    // In dB, 0 or more, per channel: the largest of the windows and their mean.
+    std::vector<double> getLargestReductionDb() const;
+    std::vector<double> getMeanReductionDb() const;
 
     static constexpr double windowSeconds = 0.01;
     static constexpr double floorDbfs = -60.0;
 
 private:
-    // Appends the peaks of whole and partial windows to `peaks`.
-    void addPeaks(const float* interleaved, size_t frames, std::vector<std::vector<float>>& peaks,
-                  size_t& framesInWindow);
+    // Appends the energies of whole and partial windows to `energies`.
+    void addEnergies(const float* interleaved, size_t frames, std::vector<std::vector<double>>& energies,
+                     size_t& framesInWindow);
+    // The reduction of every window that counts, per channel.
+    std::vector<std::vector<double>> reductions() const;
 
     int channels;
     size_t windowFrames;
-    double inputGain;
-    std::vector<std::vector<float>> inputPeaks;
-    std::vector<std::vector<float>> outputPeaks;
+    double inputPower;
+    std::vector<std::vector<double>> inputEnergies;
+    std::vector<std::vector<double>> outputEnergies;
     size_t inputFramesInWindow;
     size_t outputFramesInWindow;
 };

@@ -120,16 +120,25 @@ int HostedPlugin::selectProgram(const std::string& nameOrIndex)
             throw HostError("program " + nameOrIndex + " does not exist: " + displayName() + " has "
                             + std::to_string(count) + " program(s), 0 to " + std::to_string(count - 1));
         }
+        // A slot that holds no program carries a stand-in name: a number
+        // alone is more likely a slip than a choice.
+        const std::string name = NameMatch::trimmed(programNameAt(chosen));
+        if (chosen > 0
+            && (name.empty() || NameMatch::matches(name, "Program " + std::to_string(chosen))
+                || NameMatch::matches(name, "Program " + std::to_string(chosen + 1))))
+        {
+            throw HostError("program " + nameOrIndex + " is an empty slot ('" + name
+                            + "'); give its name to select it anyway");
+        }
     }
     else
     {
-        for (int index = 0; index < count && chosen < 0; ++index)
+        std::vector<std::string> names;
+        for (int index = 0; index < count; ++index)
         {
-            if (NameMatch::matches(programNameAt(index), nameOrIndex))
-            {
-                chosen = index;
-            }
+            names.push_back(programNameAt(index));
         }
+        chosen = NameMatch::find(names, nameOrIndex, "program");
         if (chosen < 0)
         {
             throw HostError("unknown program '" + nameOrIndex + "' for " + displayName()

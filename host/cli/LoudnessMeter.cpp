@@ -1,5 +1,6 @@
 #include "LoudnessMeter.h"
 
+#include "AudioFileReader.h"
 #include "HostError.h"
 
 #include <cmath>
@@ -60,4 +61,17 @@ LoudnessFigures LoudnessMeter::getFigures() const
         figures.truePeakDbtp.push_back(decibels(truePeak));
     }
     return figures;
+}
+
+LoudnessFigures LoudnessMeter::measureFile(const std::string& path)
+{
+    AudioFileReader reader(path);
+    LoudnessMeter meter(reader.getChannels(), reader.getSampleRate());
+    constexpr size_t blockFrames = 4096;
+    std::vector<float> block(blockFrames * static_cast<size_t>(reader.getChannels()));
+    while (const size_t read = reader.read(block.data(), blockFrames))
+    {
+        meter.addFrames(block.data(), read);
+    }
+    return meter.getFigures();
 }

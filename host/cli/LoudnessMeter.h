@@ -3,6 +3,7 @@
 #include <ebur128.h>
 
 #include <cstddef>
+#include <string>
 #include <vector>
 
 // What the ITU-R BS.1770 meter says about one file. Silence gives -inf.
@@ -26,6 +27,10 @@ public:
 
     void addFrames(const float* interleaved, size_t frames);
     LoudnessFigures getFigures() const;
+
+    // The figures of a whole file as a listener gets it: lossy formats are
+    // decoded first.
+    static LoudnessFigures measureFile(const std::string& path);
 
 private:
     ebur128_state* state;

@@ -1,15 +1,14 @@
 #include "PalisorneCommandLine.h"
 
+#include "AudioFileFormat.h"
 #include "AudioFileWriter.h"
 #include "DemoMix.h"
 #include "EditSession.h"
 #include "HostError.h"
-#include "HostedPlugin.h"
+#include "InfoCommand.h"
 #include "InterruptFlag.h"
-#include "NameMatch.h"
-#include "PluginLocator.h"
 #include "ProgressBar.h"
-#include "RealTimeBenchmark.h"
+#include "RenderRecipe.h"
 
 #include <CLI/CLI.hpp>
 #include <sndfile.h>
@@ -21,17 +20,6 @@
 
 namespace
 {
-std::string categoryName(VstInt32 category)
-{
-    static const char* const names[] = {"unknown", "effect",   "synth",       "analysis", "mastering", "spatialiser",
-                                        "room",    "surround", "restoration", "offline",  "shell",     "generator"};
-    if (category >= 0 && category < static_cast<VstInt32>(sizeof(names) / sizeof(names[0])))
-    {
-        return names[category];
-    }
-    return "category " + std::to_string(category);
-}
-
 std::string formatted(const char* format, double value)
 {
     char text[64];
@@ -52,13 +40,18 @@ int PalisorneCommandLine::run(int argc, const char* const* argv)
                  "loudness and true peak of input and output (ITU-R BS.1770).",
                  "palisorne");
     app.require_subcommand(1);
+    app.set_version_flag("--version", std::string("palisorne ") + RenderReport::hostVersion());
 
     RenderSettings settings;
     bool json = false;
     double ceiling = 0.0;
     CLI::App* renderCommand = app.add_subcommand("render", "Render IN through the plug-in into OUT and report.");
-    renderCommand->add_option("IN", settings.inputPath, "Input audio file (mono or stereo)")->required();
-    renderCommand->add_option("OUT", settings.outputPath, "Output audio file; written only if the render succeeds")
+    renderCommand->add_option("IN", settings.inputPath, "Input audio file (mono or stereo); - reads standard input")
+        ->required();
+    renderCommand
+        ->add_option("OUT", settings.outputPath,
+                     "Output audio file, written only if the render succeeds; - writes standard output (the report "
+                     "then goes to standard error)")
         ->required();
     renderCommand->add_option("--plugin", settings.pluginPath, "VST2 module (default: KW_Palisorne.so)");
     renderCommand->add_option("--program", settings.program, "Program to select, by name or index");
@@ -72,12 +65,28 @@ int PalisorneCommandLine::run(int argc, const char* const* argv)
     renderCommand->add_option("--block", settings.blockFrames, "Frames per process call")->capture_default_str();
     renderCommand->add_flag("--keep-latency", settings.keepLatency,
                             "Do not compensate the plug-in's latency: OUT is delayed and longer by it");
+    renderCommand->add_option("--format", settings.format,
+                              "Output format: " + AudioFileFormat::supportedNames() + " (default: from OUT's extension)");
     renderCommand->add_option("--bits", settings.bits, "Output samples: 16, 24 or 32f (default: as IN)")
         ->check(CLI::IsMember({"16", "24", "32f"}));
-    renderCommand->add_flag("--mono", settings.monoOutput, "Write a mono input back as mono (mean of both outputs)");
+    renderCommand->add_option("--quality", settings.quality, "Quality of ogg, opus and mp3, 0 (smallest) to 10 (best)")
+        ->check(CLI::Range(0.0, 10.0));
+    renderCommand->add_flag("--no-dither", settings.noDither,
+                            "Round instead of adding triangular dither when OUT holds shorter integers");
+    renderCommand->add_flag("--stereo", settings.stereo, "Write a mono input as stereo (default: mono stays mono)");
+    renderCommand->add_flag("--accept-truncated", settings.acceptTruncated,
+                            "Render an input that holds less audio than its header announces");
     CLI::Option* ceilingOption = renderCommand->add_option(
-        "--ceiling", ceiling, "Ceiling in dB for the true-peak check (default: the limiter's Outceil when it is ours)");
+        "--check-ceiling", ceiling,
+        "Ceiling in dB the output's true peak is checked against; it changes nothing in the plug-in (default: the "
+        "limiter's Outceil when it is ours)");
     renderCommand->add_flag("--json", json, "Print the report as JSON");
+    bool strict = false;
+    renderCommand->add_flag("--strict", strict, "Exit with 3 when the output's true peak lies above the ceiling");
+    std::string recipe;
+    renderCommand->add_option("--from-report", recipe,
+                              "Render with the plug-in, program, parameter values and output settings a JSON report "
+                              "recorded (options given as well apply after it)");
 
     std::string infoPlugin;
     double infoRate = 48000.0;
@@ -85,6 +94,8 @@ int PalisorneCommandLine::run(int argc, const char* const* argv)
         app.add_subcommand("info", "Show the plug-in's identity, latency, parameters and programs.");
     infoCommand->add_option("--plugin", infoPlugin, "VST2 module (default: KW_Palisorne.so)");
     infoCommand->add_option("--rate", infoRate, "Sample rate to start the plug-in at")->capture_default_str();
+    bool infoJson = false;
+    infoCommand->add_flag("--json", infoJson, "Print as JSON");
 
     BenchSettings benchSettings;
     CLI::App* benchCommand = app.add_subcommand(
@@ -110,6 +121,7 @@ int PalisorneCommandLine::run(int argc, const char* const* argv)
     benchCommand
         ->add_option("--gain", benchSettings.gainDb, "Level change of the material in dB, the same for every plug-in")
         ->capture_default_str();
+    benchCommand->add_flag("--json", benchSettings.json, "Print the results as JSON");
 
     std::string demoPlugin;
     std::string demoDirectory = ".";
@@ -144,6 +156,11 @@ int PalisorneCommandLine::run(int argc, const char* const* argv)
     {
         app.parse(argc, argv);
     }
+    catch (const CLI::CallForVersion&)
+    {
+        out << app.version() << "\n";
+        return 0;
+    }
     catch (const CLI::CallForHelp&)
     {
         out << (app.get_subcommands().empty() ? app.help() : app.get_subcommands().front()->help());
@@ -164,11 +181,15 @@ int PalisorneCommandLine::run(int argc, const char* const* argv)
             {
                 settings.ceilingDb = ceiling;
             }
-            return render(settings, json);
+            if (!recipe.empty())
+            {
+                RenderRecipe::load(recipe, settings);
+            }
+            return render(settings, json, strict);
         }
         if (infoCommand->parsed())
         {
-            return info(infoPlugin, infoRate);
+            return InfoCommand::run(out, infoPlugin, infoRate, infoJson);
         }
         if (editCommand->parsed())
         {
@@ -176,7 +197,7 @@ int PalisorneCommandLine::run(int argc, const char* const* argv)
         }
         if (benchCommand->parsed())
         {
-            return bench(benchSettings);
+            return BenchCommand::run(out, benchSettings);
         }
         return demo(demoPlugin, demoDirectory, demoJson);
     }
@@ -187,133 +208,25 @@ int PalisorneCommandLine::run(int argc, const char* const* argv)
     }
 }
 
-int PalisorneCommandLine::render(const RenderSettings& settings, bool json)
+int PalisorneCommandLine::render(const RenderSettings& settings, bool json, bool strict)
 {
     ProgressBar progress(STDERR_FILENO);
+    // Audio on standard output leaves no room for the report there.
+    std::ostream& reportStream = AudioFileWriter::namesStandardOutput(settings.outputPath) ? err : out;
     const RenderReport report = Renderer(settings).run(&progress);
     if (json)
     {
-        report.printJson(out);
+        report.printJson(reportStream);
     }
     else
     {
-        report.printText(out);
+        report.printText(reportStream);
     }
     for (const std::string& warning : report.warnings)
     {
         err << "palisorne: warning: " << warning << "\n";
     }
-    return 0;
-}
-
-int PalisorneCommandLine::info(const std::string& pluginPath, double sampleRate)
-{
-    if (!(sampleRate >= 1000.0 && sampleRate <= 1e6))
-    {
-        throw HostError("--rate must lie between 1000 and 1000000 Hz");
-    }
-    HostedPlugin plugin(pluginPath.empty() ? PluginLocator::findDefault() : pluginPath);
-    VstModule& module = plugin.module();
-    plugin.start(sampleRate, 512);
-
-    const std::string id = plugin.uniqueIdText();
-    out << "module      " << module.path() << "\n";
-    out << "name        " << module.effectName() << "\n";
-    out << "vendor      " << module.vendorString() << "\n";
-    out << "product     " << module.productString() << "\n";
-    out << "version     " << module.vendorVersion() << " (VST " << module.vstVersion() << ")\n";
-    char hexId[16];
-    std::snprintf(hexId, sizeof(hexId), "0x%08X", static_cast<unsigned>(module.uniqueId()));
-    out << "unique ID   " << (id.empty() ? "" : "'" + id + "' ") << "(" << hexId << ")"
-        << (plugin.isOurs() ? ", ours" : "") << "\n";
-    out << "category    " << categoryName(module.plugCategory()) << "\n";
-    out << "channels    " << module.numInputs() << " in, " << module.numOutputs() << " out\n";
-    out << "latency     " << module.initialDelay() << " samples (started at " << formatted("%g", sampleRate)
-        << " Hz)\n";
-    out << "editor      " << ((module.flags() & effFlagsHasEditor) != 0 ? "yes" : "no") << "\n";
-
-    out << "parameters  " << module.numParams() << "\n";
-    for (int index = 0; index < module.numParams(); ++index)
-    {
-        const std::string label = NameMatch::trimmed(module.parameterLabel(index));
-        char line[256];
-        std::snprintf(line, sizeof(line), "  %3d  %-16s %12s %-6s (%.4f)\n", index,
-                      NameMatch::trimmed(module.parameterName(index)).c_str(),
-                      NameMatch::trimmed(module.parameterDisplay(index)).c_str(), label.c_str(),
-                      static_cast<double>(module.getParameter(index)));
-        out << line;
-    }
-    const int current = module.program();
-    out << "programs    " << module.numPrograms() << " (current: " << current << ")\n";
-    for (int index = 0; index < module.numPrograms(); ++index)
-    {
-        char line[128];
-        std::snprintf(line, sizeof(line), "  %c%3d  %s\n", index == current ? '*' : ' ', index,
-                      plugin.programNameAt(index).c_str());
-        out << line;
-    }
-    return 0;
-}
-
-int PalisorneCommandLine::bench(const BenchSettings& settings)
-{
-    std::vector<BenchmarkContender> contenders;
-    for (const std::string& path : settings.plugins)
-    {
-        contenders.push_back({path, "", {}, {}});
-    }
-    if (contenders.empty())
-    {
-        contenders.push_back({PluginLocator::findDefault(), "", {}, {}});
-    }
-    // "N:TEXT" names the N-th plug-in; returns it and TEXT.
-    auto target = [&contenders](const char* option, const std::string& text) {
-        const size_t colon = text.find(':');
-        char* end = nullptr;
-        const long which = colon == std::string::npos ? 0 : std::strtol(text.c_str(), &end, 10);
-        if (colon == std::string::npos || end != text.c_str() + colon || which < 1
-            || which > static_cast<long>(contenders.size()))
-        {
-            throw HostError(std::string(option) + " '" + text + "': expected N:..., N from 1 to the number of plug-ins ("
-                            + std::to_string(contenders.size()) + ")");
-        }
-        return std::make_pair(&contenders[static_cast<size_t>(which - 1)], text.substr(colon + 1));
-    };
-    for (const std::string& text : settings.programs)
-    {
-        const auto [contender, program] = target("--program", text);
-        contender->program = program;
-    }
-    for (const std::string& text : settings.unitSettings)
-    {
-        const auto [contender, setting] = target("--set", text);
-        contender->unitSettings.push_back(setting);
-    }
-    for (const std::string& text : settings.normalisedSettings)
-    {
-        const auto [contender, setting] = target("--set-norm", text);
-        contender->normalisedSettings.push_back(setting);
-    }
-
-    const RealTimeBenchmark benchmark(settings.seconds, settings.sampleRate, settings.blockFrames, settings.passes,
-                                      settings.gainDb);
-    const std::vector<BenchmarkResult> results = benchmark.run(contenders);
-    out << "material: generated demo mix" << (settings.gainDb != 0.0 ? formatted(" %+.1f dB", settings.gainDb) : "")
-        << ", " << formatted("%.1f", settings.seconds) << " s stereo at " << settings.sampleRate << " Hz, blocks of "
-        << settings.blockFrames << " frames, " << settings.passes << " passes; process calls timed only\n";
-    char line[512];
-    std::snprintf(line, sizeof(line), "%-24s %8s %14s %21s  %s\n", "plug-in", "latency", "x real time",
-                  "passes (min..max)", "module");
-    out << line;
-    for (const BenchmarkResult& result : results)
-    {
-        const auto range = std::minmax_element(result.realTimeFactors.begin(), result.realTimeFactors.end());
-        const std::string spread = formatted("%.1f", *range.first) + ".." + formatted("%.1f", *range.second);
-        std::snprintf(line, sizeof(line), "%-24s %8d %14.1f %21s  %s\n", result.name.c_str(), result.latencyFrames,
-                      result.median, spread.c_str(), result.path.c_str());
-        out << line;
-    }
-    return 0;
+    return strict && report.truePeakAboveCeiling() ? 3 : 0;
 }
 
 int PalisorneCommandLine::demo(const std::string& pluginPath, const std::string& directory, bool json)
@@ -336,5 +249,5 @@ int PalisorneCommandLine::demo(const std::string& pluginPath, const std::string&
         out << "demo: " << formatted("%.0f", demoSeconds) << " s of generated drums, bass and chords through \""
             << demoProgram << "\" with +6 dB input gain\n";
     }
-    return render(settings, json);
+    return render(settings, json, false);
 }

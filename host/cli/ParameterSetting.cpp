@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 
 namespace
@@ -125,14 +126,12 @@ ParameterSetting ParameterSetting::parse(const std::string& text, bool normalise
 
 int ParameterSetting::findParameter(VstModule& module, const std::string& name)
 {
+    std::vector<std::string> names;
     for (int index = 0; index < module.numParams(); ++index)
     {
-        if (NameMatch::matches(module.parameterName(index), name))
-        {
-            return index;
-        }
+        names.push_back(module.parameterName(index));
     }
-    return -1;
+    return NameMatch::find(names, name, "parameter");
 }
 
 std::optional<double> ParameterSetting::displayedNumber(const std::string& display)
@@ -168,14 +167,18 @@ float ParameterSetting::applyTo(HostedPlugin& plugin) const
         }
         throw HostError("unknown parameter '" + name + "' for " + plugin.displayName() + known);
     }
-    const std::optional<double> number = parseNumber(valueText);
-    if (!number)
-    {
-        throw HostError(describe() + ": '" + valueText + "' is not a number");
-    }
     float value = 0.0f;
-    if (normalised)
+    if (NameMatch::matches(valueText, "on") || NameMatch::matches(valueText, "off"))
     {
+        value = NameMatch::matches(valueText, "on") ? 1.0f : 0.0f;
+    }
+    else if (normalised)
+    {
+        const std::optional<double> number = parseNumber(valueText);
+        if (!number)
+        {
+            throw HostError(describe() + ": '" + valueText + "' is not a number");
+        }
         if (*number < 0.0 || *number > 1.0)
         {
             throw HostError(describe() + ": out of range; normalised values go from 0 to 1");
@@ -184,10 +187,45 @@ float ParameterSetting::applyTo(HostedPlugin& plugin) const
     }
     else
     {
-        value = normalisedFromUnits(plugin, index, *number);
+        const double number = inShownUnit(NameMatch::trimmed(module.parameterLabel(index)));
+        value = normalisedFromUnits(plugin, index, number);
     }
     module.setParameter(index, value);
     return value;
+}
+
+// The value as a number in the unit the parameter shows: "-1dB", "500 ms"
+// (for a parameter in s), "40%". A unit that does not fit is refused.
+double ParameterSetting::inShownUnit(const std::string& label) const
+{
+    const char* start = valueText.c_str();
+    char* end = nullptr;
+    const double number = std::strtod(start, &end);
+    const std::string unit = NameMatch::trimmed(std::string(end));
+    if (end == start || std::isnan(number))
+    {
+        throw HostError(describe() + ": '" + valueText + "' is not a number");
+    }
+    if (unit.empty() || NameMatch::matches(unit, label))
+    {
+        return number;
+    }
+    // Scaled units: a typed unit, the shown one and the factor between them.
+    static const struct
+    {
+        const char* typed;
+        const char* shown;
+        double factor;
+    } scaled[] = {{"ms", "s", 1e-3}, {"s", "ms", 1e3}, {"kHz", "Hz", 1e3}, {"Hz", "kHz", 1e-3}};
+    for (const auto& scale : scaled)
+    {
+        if (NameMatch::matches(unit, scale.typed) && NameMatch::matches(label, scale.shown))
+        {
+            return number * scale.factor;
+        }
+    }
+    throw HostError(describe() + ": the unit '" + unit + "' does not fit " + name
+                    + (label.empty() ? ", which shows no unit" : ", which shows " + label));
 }
 
 float ParameterSetting::normalisedFromUnits(HostedPlugin& plugin, int index, double target) const
@@ -204,7 +242,9 @@ float ParameterSetting::normalisedFromUnits(HostedPlugin& plugin, int index, dou
                         + " to " + curve.textAt(falling ? 0.0 : 1.0) + (label.empty() ? "" : " " + label));
     }
 
-    if (plugin.setParameterFromText(index, valueText))
+    char numberText[64];
+    std::snprintf(numberText, sizeof(numberText), "%.17g", target);
+    if (plugin.setParameterFromText(index, numberText))
     {
         const float parsed = module.getParameter(index);
         if (std::fabs(curve.at(parsed) - target) <= 0.01 * std::fabs(atOne - atZero))

@@ -28,19 +28,22 @@ public:
     const std::string& getName() const { return name; }
     const std::string& getValueText() const { return valueText; }
 
-    // Sets the parameter; returns the normalised value. Throws HostError for an
-    // unknown name, a value that is not a number or lies outside the range,
-    // and a display that is not a number when units were given.
+    // Sets the parameter; returns the normalised value. A value may carry the
+    // parameter's unit ("-1dB", "500 ms" for seconds, "40%"); "on" and "off"
+    // stand for its two ends. Throws HostError for an unknown name, a value
+    // that is not a number, carries a unit that does not fit or lies outside
+    // the range, and a display that is not a number when units were given.
     float applyTo(HostedPlugin& plugin) const;
 
-    // Index of the parameter with this name (case and surrounding blanks
-    // ignored), -1 if there is none.
+    // Index of the parameter with this name or a unique beginning of it (see
+    // NameMatch::find), -1 if there is none.
     static int findParameter(VstModule& module, const std::string& name);
     // The number a display text starts with ("+6.0", "-1.0 dB", "-inf").
     static std::optional<double> displayedNumber(const std::string& display);
 
 private:
     ParameterSetting(std::string name, std::string valueText, bool normalised);
+    double inShownUnit(const std::string& label) const;
     float normalisedFromUnits(HostedPlugin& plugin, int index, double target) const;
     std::string describe() const;
 

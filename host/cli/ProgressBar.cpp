@@ -1,6 +1,7 @@
 #include "ProgressBar.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <unistd.h>
 
@@ -31,6 +32,7 @@ ProgressBar::ProgressBar(int fileDescriptor, double delaySeconds)
     , start(std::chrono::steady_clock::now())
     , lastDrawn(start)
     , shown(false)
+    , tenthsLogged(0)
 {
 }
 
@@ -41,13 +43,20 @@ ProgressBar::~ProgressBar()
 
 void ProgressBar::update(double fraction)
 {
-    if (!isTerminal)
+    const auto now = std::chrono::steady_clock::now();
+    const double elapsed = std::chrono::duration<double>(now - start).count();
+    if (elapsed < delaySeconds)
     {
         return;
     }
-    const auto now = std::chrono::steady_clock::now();
-    if (std::chrono::duration<double>(now - start).count() < delaySeconds)
+    if (!isTerminal)
     {
+        const int tenths = static_cast<int>(std::clamp(fraction, 0.0, 1.0) * 10.0);
+        if (tenths > tenthsLogged)
+        {
+            tenthsLogged = tenths;
+            writeAll(fileDescriptor, "palisorne: " + std::to_string(tenths * 10) + " % done\n");
+        }
         return;
     }
     if (shown && std::chrono::duration<double>(now - lastDrawn).count() < redrawSeconds)
@@ -55,24 +64,27 @@ void ProgressBar::update(double fraction)
         return;
     }
     lastDrawn = now;
-    draw(fraction);
+    draw(fraction, elapsed);
 }
 
 void ProgressBar::finish()
 {
     if (shown)
     {
-        writeAll(fileDescriptor, "\r" + std::string(barWidth + 16, ' ') + "\r");
+        writeAll(fileDescriptor, "\r" + std::string(barWidth + 24, ' ') + "\r");
         shown = false;
     }
 }
 
-void ProgressBar::draw(double fraction)
+void ProgressBar::draw(double fraction, double elapsedSeconds)
 {
     fraction = std::clamp(fraction, 0.0, 1.0);
     const int filled = static_cast<int>(fraction * barWidth + 0.5);
-    char percent[16];
-    std::snprintf(percent, sizeof(percent), "] %3d%%", static_cast<int>(fraction * 100.0 + 0.5));
+    // The rate so far carries the rest of the work.
+    const long remaining = fraction > 0.0 ? std::lround(elapsedSeconds * (1.0 - fraction) / fraction) : 0;
+    char percent[48];
+    std::snprintf(percent, sizeof(percent), "] %3d%% %ld:%02ld left", static_cast<int>(fraction * 100.0 + 0.5),
+                  remaining / 60, remaining % 60);
     writeAll(fileDescriptor, "\r[" + std::string(filled, '#') + std::string(barWidth - filled, '.') + percent);
     shown = true;
 }

@@ -3,10 +3,11 @@
 #include <chrono>
 #include <string>
 
-// A one-line progress bar on a terminal. It appears only when the stream is a
-// terminal and the work has already taken longer than `delaySeconds`, so
-// quick jobs and redirected output stay clean; it is redrawn a few times a
-// second at most and erased by finish().
+// Progress of a long job. On a terminal, a one-line bar with the time
+// remaining, redrawn a few times a second at most and erased by finish();
+// otherwise (a log file, a pipe) one line per tenth of the work. Either
+// appears only once the work has taken longer than `delaySeconds`, so quick
+// jobs stay quiet.
 class ProgressBar
 {
 public:
@@ -22,7 +23,7 @@ public:
     bool isShown() const { return shown; }
 
 private:
-    void draw(double fraction);
+    void draw(double fraction, double elapsedSeconds);
 
     int fileDescriptor;
     bool isTerminal;
@@ -30,4 +31,5 @@ private:
     std::chrono::steady_clock::time_point start;
     std::chrono::steady_clock::time_point lastDrawn;
     bool shown;
+    int tenthsLogged;
 };

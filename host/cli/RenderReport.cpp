@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <limits>
 
 namespace
 {
@@ -39,6 +40,35 @@ void printRow(std::ostream& out, const std::string& label, const std::string& in
     out << line;
 }
 
+void writeParameters(JsonWriter& json, const std::vector<ParameterSummary>& parameters)
+{
+    json.beginArray();
+    for (const ParameterSummary& parameter : parameters)
+    {
+        json.beginObject();
+        json.key("index");
+        json.value(parameter.index);
+        json.key("name");
+        json.value(parameter.name);
+        json.key("display");
+        json.value(parameter.display);
+        json.key("normalised");
+        json.value(static_cast<double>(parameter.normalised));
+        json.endObject();
+    }
+    json.endArray();
+}
+
+void writeNumbers(JsonWriter& json, const std::vector<double>& numbers)
+{
+    json.beginArray();
+    for (double number : numbers)
+    {
+        json.value(number);
+    }
+    json.endArray();
+}
+
 void writeFile(JsonWriter& json, const AudioSummary& file)
 {
     json.beginObject();
@@ -59,21 +89,19 @@ void writeFile(JsonWriter& json, const AudioSummary& file)
     json.key("loudness_range_lu");
     json.value(file.loudness.loudnessRangeLu);
     json.key("sample_peak_dbfs");
-    json.beginArray();
-    for (double peak : file.loudness.samplePeakDbfs)
-    {
-        json.value(peak);
-    }
-    json.endArray();
+    writeNumbers(json, file.loudness.samplePeakDbfs);
     json.key("true_peak_dbtp");
-    json.beginArray();
-    for (double peak : file.loudness.truePeakDbtp)
-    {
-        json.value(peak);
-    }
-    json.endArray();
+    writeNumbers(json, file.loudness.truePeakDbtp);
+    json.key("measured_decoded");
+    json.value(file.decoded);
     json.endObject();
 }
+}
+
+double AudioSummary::largestTruePeakDbtp() const
+{
+    const auto& peaks = loudness.truePeakDbtp;
+    return peaks.empty() ? -std::numeric_limits<double>::infinity() : *std::max_element(peaks.begin(), peaks.end());
 }
 
 bool RenderReport::truePeakAboveCeiling() const
@@ -87,26 +115,43 @@ bool RenderReport::truePeakAboveCeiling() const
                        [this](double peak) { return peak > *ceilingDb + ceilingTolerance; });
 }
 
+const char* RenderReport::hostVersion()
+{
+    return PALISORNE_VERSION;
+}
+
 void RenderReport::printText(std::ostream& out) const
 {
+    out << "palisorne " << hostVersion() << ", blocks of " << blockFrames << " frames\n";
     out << "plug-in   " << pluginName;
     if (!uniqueId.empty())
     {
         out << " ('" << uniqueId << "')";
     }
-    out << ", " << pluginPath << "\n";
+    out << " version " << vendorVersion << ", " << pluginPath << "\n";
     out << "latency   " << latencyFrames << " samples, "
         << (latencyCompensated ? "compensated (output aligned with input)" : "kept in the output") << "\n";
-    if (!program.empty())
+    if (programIndex >= 0)
     {
-        out << "program   " << program << "\n";
+        out << "program   " << program << " (" << programIndex << ")\n";
     }
     for (const ParameterSummary& setting : settings)
     {
         out << "set       " << setting.name << " = " << setting.display << "\n";
     }
+    out << "rendered with";
+    for (const ParameterSummary& parameter : parameters)
+    {
+        char normalised[32];
+        std::snprintf(normalised, sizeof(normalised), "%.9g", static_cast<double>(parameter.normalised));
+        out << (parameter.index % 4 == 0 ? "\n " : ";") << " " << parameter.name << " = " << parameter.display << " ("
+            << normalised << ")";
+    }
+    out << "\n";
     out << "input     " << input.path << " (" << input.format << ")\n";
-    out << "output    " << output.path << " (" << output.format << ")\n";
+    out << "output    " << output.path << " (" << output.format << ")"
+        << (output.decoded ? ", measured decoded" : "") << "\n";
+    out << "dither    " << dither << "\n";
 
     printRow(out, "", "input", "output");
     char length[2][48];
@@ -136,13 +181,14 @@ void RenderReport::printText(std::ostream& out) const
         printRow(out, "true peak " + channelName(channel, channels), cell(input.loudness.truePeakDbtp, "dBTP"),
                  cell(output.loudness.truePeakDbtp, "dBTP"));
     }
-    if (!maxGainReductionDb.empty())
+    if (!largestGainReductionDb.empty())
     {
-        out << "gain reduction, largest (input peak + input gain - output peak, per 10 ms):";
-        for (size_t channel = 0; channel < maxGainReductionDb.size(); ++channel)
+        out << "gain reduction (output against input" << (ours ? " raised by In gain" : "") << ", 10 ms RMS):";
+        for (size_t channel = 0; channel < largestGainReductionDb.size(); ++channel)
         {
-            out << " " << channelName(channel, maxGainReductionDb.size()) << " "
-                << formatted(maxGainReductionDb[channel], "dB");
+            out << " " << channelName(channel, largestGainReductionDb.size()) << " largest "
+                << formatted(largestGainReductionDb[channel], "dB") << ", mean "
+                << formatted(meanGainReductionDb[channel], "dB") << ";";
         }
         out << "\n";
     }
@@ -171,41 +217,58 @@ void RenderReport::printJson(std::ostream& out) const
     json.value(latencyFrames);
     json.key("latency_compensated");
     json.value(latencyCompensated);
+    json.key("vendor_version");
+    json.value(vendorVersion);
+    json.key("vst_version");
+    json.value(vstVersion);
     json.key("program");
     json.value(program);
+    json.key("program_index");
+    json.value(programIndex);
     json.key("settings");
-    json.beginArray();
-    for (const ParameterSummary& setting : settings)
+    writeParameters(json, settings);
+    json.key("parameters");
+    writeParameters(json, parameters);
+    json.endObject();
+    json.key("render");
+    json.beginObject();
+    json.key("host_version");
+    json.value(hostVersion());
+    json.key("block_frames");
+    json.value(blockFrames);
+    json.key("keep_latency");
+    json.value(!latencyCompensated);
+    json.key("format");
+    json.value(outputKind);
+    json.key("bits");
+    json.value(bits);
+    json.key("quality");
+    if (quality)
     {
-        json.beginObject();
-        json.key("name");
-        json.value(setting.name);
-        json.key("display");
-        json.value(setting.display);
-        json.key("normalised");
-        json.value(static_cast<double>(setting.normalised));
-        json.endObject();
+        json.value(*quality);
     }
-    json.endArray();
+    else
+    {
+        json.null();
+    }
+    json.key("no_dither");
+    json.value(noDither);
+    json.key("stereo");
+    json.value(stereo);
     json.endObject();
     json.key("input");
     writeFile(json, input);
     json.key("output");
     writeFile(json, output);
-    json.key("max_gain_reduction_db");
-    if (maxGainReductionDb.empty())
-    {
-        json.null();
-    }
-    else
-    {
-        json.beginArray();
-        for (double reduction : maxGainReductionDb)
-        {
-            json.value(reduction);
-        }
-        json.endArray();
-    }
+    json.key("gain_reduction_db");
+    json.beginObject();
+    json.key("largest");
+    writeNumbers(json, largestGainReductionDb);
+    json.key("mean");
+    writeNumbers(json, meanGainReductionDb);
+    json.endObject();
+    json.key("dither");
+    json.value(dither);
     json.key("ceiling_db");
     if (ceilingDb)
     {

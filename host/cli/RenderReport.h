@@ -16,11 +16,15 @@ struct AudioSummary
     int channels = 0;
     long long frames = 0;
     LoudnessFigures loudness;
+    bool decoded = false; // measured after encoding and decoding again
+
+    double largestTruePeakDbtp() const;
 };
 
 // A parameter as it stood when the render began.
 struct ParameterSummary
 {
+    int index = 0;
     std::string name;
     std::string display; // with its unit label
     float normalised = 0.0f;
@@ -37,15 +41,29 @@ public:
     bool ours = false;
     int latencyFrames = 0;
     bool latencyCompensated = true;
+    int vendorVersion = 0;
+    int vstVersion = 0;
     std::string program;
-    std::vector<ParameterSummary> settings;
+    int programIndex = -1; // -1: the plug-in has no programs
+    std::vector<ParameterSummary> settings;   // those the command line gave
+    std::vector<ParameterSummary> parameters; // every one, as rendered
+
+    // How the render ran, enough to run it again.
+    int blockFrames = 0;
+    std::string outputKind; // "wav", "flac" ...
+    std::string bits;       // "16", "24", "32f"; empty: another sample type
+    std::optional<double> quality;
+    bool noDither = false;
+    bool stereo = false;
 
     AudioSummary input;
     AudioSummary output;
 
-    // Per channel of the plug-in; empty when it is not our limiter.
-    std::vector<double> maxGainReductionDb;
+    // Per channel of the plug-in (see GainReductionMeter).
+    std::vector<double> largestGainReductionDb;
+    std::vector<double> meanGainReductionDb;
     std::optional<double> ceilingDb;
+    std::string dither;
     std::vector<std::string> warnings;
 
     // True when a channel's true peak lies above the ceiling by more than the
@@ -54,4 +72,7 @@ public:
 
     void printText(std::ostream& out) const;
     void printJson(std::ostream& out) const;
+
+    // palisorne's own version.
+    static const char* hostVersion();
 };

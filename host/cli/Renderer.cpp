@@ -13,6 +13,7 @@
 #include "PlanarBuffer.h"
 #include "PluginLocator.h"
 #include "ProgressBar.h"
+#include "WordLengthReducer.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -54,9 +55,9 @@ void Renderer::checkPaths() const
     }
     struct stat input;
     struct stat output;
-    const bool inputExists = ::stat(settings.inputPath.c_str(), &input) == 0;
+    const bool inputExists = settings.inputPath != "-" && ::stat(settings.inputPath.c_str(), &input) == 0;
     const bool outputExists = ::stat(settings.outputPath.c_str(), &output) == 0;
-    if (settings.inputPath == settings.outputPath
+    if ((settings.inputPath == settings.outputPath && settings.inputPath != "-")
         || (inputExists && outputExists && input.st_dev == output.st_dev && input.st_ino == output.st_ino))
     {
         throw HostError("the output '" + settings.outputPath + "' is the input file; name another output");
@@ -72,6 +73,25 @@ void Renderer::checkPaths() const
 void Renderer::applySettings(HostedPlugin& plugin, RenderReport& report) const
 {
     VstModule& module = plugin.module();
+    if (settings.programIndex)
+    {
+        if (*settings.programIndex < 0 || *settings.programIndex >= module.numPrograms())
+        {
+            throw HostError("the recorded program " + std::to_string(*settings.programIndex) + " does not exist in "
+                            + plugin.displayName());
+        }
+        module.setProgram(*settings.programIndex);
+    }
+    for (const RecordedValue& recorded : settings.recordedValues)
+    {
+        if (recorded.index < 0 || recorded.index >= module.numParams()
+            || !NameMatch::matches(module.parameterName(recorded.index), recorded.name))
+        {
+            throw HostError("the recorded parameter " + std::to_string(recorded.index) + " '" + recorded.name
+                            + "' is not a parameter of " + plugin.displayName() + " by that number");
+        }
+        module.setParameter(recorded.index, recorded.normalised);
+    }
     if (!settings.program.empty())
     {
         plugin.selectProgram(settings.program);
@@ -92,12 +112,38 @@ void Renderer::applySettings(HostedPlugin& plugin, RenderReport& report) const
     if (module.numPrograms() > 0)
     {
         report.program = module.programName();
+        report.programIndex = module.program();
     }
+    const auto summary = [&module](int index) -> ParameterSummary {
+        return {index, NameMatch::trimmed(module.parameterName(index)), displayWithLabel(module, index),
+                module.getParameter(index)};
+    };
     for (int index : changed)
     {
-        report.settings.push_back({NameMatch::trimmed(module.parameterName(index)), displayWithLabel(module, index),
-                                   module.getParameter(index)});
+        report.settings.push_back(summary(index));
     }
+    for (int index = 0; index < module.numParams(); ++index)
+    {
+        report.parameters.push_back(summary(index));
+    }
+}
+
+// A lossy file is measured as a listener gets it: decoded again. A stream
+// cannot be read back, so there the figures stay those before encoding.
+void Renderer::measureOutput(const std::string& readablePath, int outputFormat, RenderReport& report) const
+{
+    if (!AudioFileFormat::isLossy(outputFormat))
+    {
+        return;
+    }
+    if (readablePath.empty())
+    {
+        report.warnings.push_back("'" + settings.outputPath
+                                  + "' is a stream and cannot be decoded again: its figures are those before encoding");
+        return;
+    }
+    report.output.loudness = LoudnessMeter::measureFile(readablePath);
+    report.output.decoded = true;
 }
 
 RenderReport Renderer::run(ProgressBar* progress)
@@ -114,10 +160,6 @@ RenderReport Renderer::run(ProgressBar* progress)
     {
         throw HostError("'" + settings.inputPath + "' has " + std::to_string(fileChannels)
                         + " channels; palisorne renders mono and stereo files only");
-    }
-    if (settings.monoOutput && fileChannels != 1)
-    {
-        throw HostError("--mono applies to mono input only; '" + settings.inputPath + "' is stereo");
     }
 
     HostedPlugin plugin(settings.pluginPath.empty() ? PluginLocator::findDefault() : settings.pluginPath);
@@ -138,6 +180,12 @@ RenderReport Renderer::run(ProgressBar* progress)
     report.uniqueId = plugin.uniqueIdText();
     report.ours = plugin.isOurs();
     report.latencyCompensated = !settings.keepLatency;
+    report.vendorVersion = module.vendorVersion();
+    report.vstVersion = module.vstVersion();
+    report.blockFrames = settings.blockFrames;
+    report.quality = settings.quality;
+    report.noDither = settings.noDither;
+    report.stereo = settings.stereo;
 
     applySettings(plugin, report);
 
@@ -151,10 +199,13 @@ RenderReport Renderer::run(ProgressBar* progress)
                                   + " Hz with its times and filters set for " + std::to_string(clamped) + " Hz");
     }
     double inputGainDb = 0.0;
+    int pluginBits = 0;
     if (report.ours)
     {
         inputGainDb = shownNumber(module, "In gain").value_or(0.0);
         report.ceilingDb = shownNumber(module, "Outceil");
+        // "NumBits" shows the step 0..3 of 0, 8, 16 and 24 bits.
+        pluginBits = 8 * static_cast<int>(shownNumber(module, "NumBits").value_or(0.0));
     }
     if (settings.ceilingDb)
     {
@@ -165,10 +216,24 @@ RenderReport Renderer::run(ProgressBar* progress)
     const long long latency = std::max(0, module.initialDelay());
     report.latencyFrames = static_cast<int>(latency);
 
-    const int outputChannels = settings.monoOutput ? 1 : pluginChannels;
-    const int outputFormat =
-        AudioFileFormat::forOutput(settings.outputPath, reader.getFormat(), settings.bits, outputChannels, sampleRate);
-    AudioFileWriter writer(settings.outputPath, outputFormat, outputChannels, sampleRate);
+    const int outputChannels = fileChannels == 1 && !settings.stereo ? 1 : pluginChannels;
+    const int outputFormat = AudioFileFormat::forOutput(settings.outputPath, reader.getFormat(), settings.bits,
+                                                        outputChannels, sampleRate, settings.format);
+    if (settings.quality && !AudioFileFormat::isLossy(outputFormat))
+    {
+        throw HostError("--quality applies to lossy formats (ogg, opus, mp3), not to "
+                        + AudioFileFormat::describe(outputFormat));
+    }
+    const WordLengthReducer::Dither dither =
+        WordLengthReducer::choose(outputFormat, pluginBits, settings.noDither);
+    report.dither = WordLengthReducer::describe(dither, outputFormat);
+    report.outputKind = AudioFileFormat::kindName(outputFormat);
+    report.bits = AudioFileFormat::bitsName(outputFormat);
+    AudioFileOptions options;
+    options.quality = settings.quality;
+    options.dither = dither == WordLengthReducer::Dither::triangular;
+    options.metadata = &reader.getMetadata();
+    AudioFileWriter writer(settings.outputPath, outputFormat, outputChannels, sampleRate, options);
     LoudnessMeter inputMeter(fileChannels, sampleRate);
     LoudnessMeter outputMeter(outputChannels, sampleRate);
     GainReductionMeter reductionMeter(pluginChannels, sampleRate, inputGainDb);
@@ -238,14 +303,7 @@ RenderReport Renderer::run(ProgressBar* progress)
         for (size_t frame = 0; frame < count; ++frame)
         {
             const float* pair = &producedBlock[(first + frame) * pluginChannels];
-            if (settings.monoOutput)
-            {
-                writtenBlock[frame] = 0.5f * (pair[0] + pair[1]);
-            }
-            else
-            {
-                std::copy(pair, pair + pluginChannels, &writtenBlock[frame * pluginChannels]);
-            }
+            std::copy(pair, pair + outputChannels, &writtenBlock[frame * static_cast<size_t>(outputChannels)]);
         }
         outputMeter.addFrames(writtenBlock.data(), count);
         writer.write(writtenBlock.data(), count);
@@ -257,6 +315,15 @@ RenderReport Renderer::run(ProgressBar* progress)
         }
     }
     plugin.stop();
+    const std::string truncation = reader.truncation();
+    if (!truncation.empty() && !settings.acceptTruncated)
+    {
+        throw HostError(truncation + "; nothing written (--accept-truncated renders what it holds)");
+    }
+    if (!truncation.empty())
+    {
+        report.warnings.push_back(truncation);
+    }
     writer.commit();
     if (progress != nullptr)
     {
@@ -274,16 +341,23 @@ RenderReport Renderer::run(ProgressBar* progress)
     report.output.sampleRate = sampleRate;
     report.output.channels = outputChannels;
     report.output.loudness = outputMeter.getFigures();
-    if (report.ours)
+    measureOutput(writer.getReadablePath(), outputFormat, report);
+    report.largestGainReductionDb = reductionMeter.getLargestReductionDb();
+    report.meanGainReductionDb = reductionMeter.getMeanReductionDb();
+    if (report.truePeakAboveCeiling() && report.output.decoded)
     {
-        report.maxGainReductionDb = reductionMeter.getMaxReductionDb();
+        char text[200];
+        std::snprintf(text, sizeof(text),
+                      "encoding lifted the output's true peak to %.2f dBTP, above the ceiling of %.2f dB; "
+                      "lower the ceiling or raise --quality",
+                      report.output.largestTruePeakDbtp(), *report.ceilingDb);
+        report.warnings.push_back(text);
     }
-    if (report.truePeakAboveCeiling())
+    else if (report.truePeakAboveCeiling())
     {
-        const auto& peaks = report.output.loudness.truePeakDbtp;
         char text[160];
         std::snprintf(text, sizeof(text), "the output's true peak, %.2f dBTP, lies above the ceiling of %.2f dB",
-                      *std::max_element(peaks.begin(), peaks.end()), *report.ceilingDb);
+                      report.output.largestTruePeakDbtp(), *report.ceilingDb);
         report.warnings.push_back(text);
     }
     return report;

@@ -9,30 +9,46 @@
 class HostedPlugin;
 class ProgressBar;
 
+// A parameter value taken over exactly, as a report recorded it.
+struct RecordedValue
+{
+    int index = 0;
+    std::string name; // checked against the plug-in's
+    float normalised = 0.0f;
+};
+
 // What one render is asked to do.
 struct RenderSettings
 {
     std::string inputPath;
     std::string outputPath;
     std::string pluginPath;                      // empty: our module, found by PluginLocator
+    std::optional<int> programIndex;             // as recorded: selected first, even an empty slot
+    std::vector<RecordedValue> recordedValues;   // set after it, before everything else
     std::string program;                         // name or index; empty: the plug-in's current one
     std::vector<std::string> unitSettings;       // "NAME=VALUE" in the units the plug-in shows
     std::vector<std::string> normalisedSettings; // "NAME=VALUE" with VALUE in 0..1
     int blockFrames = 512;
     bool keepLatency = false;
-    std::string bits; // "16", "24", "32f"; empty: as the input
-    bool monoOutput = false;
+    std::string format;              // "wav", "flac", "opus" ...; empty: from the output's extension
+    std::string bits;                // "16", "24", "32f"; empty: as the input
+    std::optional<double> quality;   // of a lossy format, 0..10
+    bool noDither = false;           // round instead of dithering to a shorter word length
+    bool stereo = false;             // write a mono input as stereo
+    bool acceptTruncated = false;    // render what a truncated input holds
     std::optional<double> ceilingDb; // for the true-peak check; ours: its Outceil
 };
 
 // Renders an audio file through a VST2 effect, offline.
 //
 // The effect gets the file's channels on its first two inputs (a mono file on
-// both) in blocks of at most blockFrames. After the file, as many frames of
-// silence as the effect's latency flush its delay line; unless the latency is
-// kept, the first latency frames of its output are dropped, so the output has
-// the input's length and lines up with it sample for sample. The output is
-// written through a temporary file and appears only when everything worked.
+// both, and its first output is written unless stereo is asked for) in blocks
+// of at most blockFrames. After the file, as many frames of silence as the
+// effect's latency flush its delay line; unless the latency is kept, the
+// first latency frames of its output are dropped, so the output has the
+// input's length and lines up with it sample for sample. The output file
+// (see AudioFileWriter) appears only when everything worked, with the input's
+// metadata; a lossy output is measured as decoded.
 class Renderer
 {
 public:
@@ -46,6 +62,7 @@ public:
 private:
     void checkPaths() const;
     void applySettings(HostedPlugin& plugin, RenderReport& report) const;
+    void measureOutput(const std::string& readablePath, int outputFormat, RenderReport& report) const;
 
     RenderSettings settings;
 };

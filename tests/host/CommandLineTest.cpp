@@ -123,7 +123,10 @@ TEST(CommandLineErrors, UnknownNamesAndValuesOutOfRange)
     scene.expectCleanFailure(scene.probeRender({"--program", "7"}), "program 7 does not exist");
     scene.expectCleanFailure(scene.probeRender({"--set", "Gain=30"}), "out of range");
     scene.expectCleanFailure(scene.probeRender({"--set-norm", "Gain=2"}), "out of range");
+    scene.expectCleanFailure(scene.probeRender({"--set", "Delay=5dB"}), "the unit 'dB' does not fit Delay, which shows smp");
     scene.expectCleanFailure(scene.probeRender({"--bits", "8"}), "--bits", 2);
+    scene.expectCleanFailure(scene.render(scene.input, TestModules::delayProbe, {"--format", "m4a"}),
+                             "--format 'm4a' names no format palisorne writes; the formats are wav,");
 }
 
 // A render that fails while writing (here: the file size limit is hit) must
@@ -139,6 +142,43 @@ TEST(CommandLineErrors, FailureWhileWritingLeavesNoTrace)
     EXPECT_EQ(run.err.rfind("palisorne: error: cannot write '" + scene.output + "'", 0), 0u) << run.err;
     EXPECT_EQ(ScratchDirectory::contentsOf(scene.output), scene.previousOutput);
     EXPECT_EQ(scene.scratch.entries(), scene.files);
+}
+
+// Where the output goes: a link's target, replaced in its own directory; a
+// pipe or FIFO, written as a stream; "-" both ways. Nothing else is created.
+TEST(CommandLineFiles, LinksPipesFifosAndStandardStreams)
+{
+    RenderScene scene;
+    ScratchDirectory& scratch = scene.scratch;
+    const TestAudio input = TestAudio::read(scene.input);
+    const std::string flac = scene.addInput("in.flac", 2, 0);
+    TestAudio::noise(2, 48000, 30000, 0.5f, SF_FORMAT_FLAC | SF_FORMAT_PCM_24).write(flac);
+    const std::string shell = "'" + std::string(PALISORNE_EXECUTABLE) + "' render --plugin '" + TestModules::delayProbe
+                              + "' --no-dither ";
+    ASSERT_EQ(::mkdir(scratch.path("real").c_str(), 0755), 0);
+    std::ofstream(scratch.path("real/target.wav")) << "old";
+    ASSERT_EQ(::symlink("real/target.wav", scratch.path("link.wav").c_str()), 0);
+    ASSERT_EQ(::mkfifo(scratch.path("fifo").c_str(), 0644), 0);
+    const ProcessRun run = ProcessRun::run(
+        {"/bin/sh", "-c",
+         "cd '" + scratch.root() + "' && " + shell + "in.wav link.wav && " + shell
+             + "in.wav /dev/stdout --format wav | cat > piped.wav && cat in.flac | " + shell
+             + "- - --format flac --json | cat > streamed.flac && { cat fifo > fromfifo.wav & " + shell
+             + "in.wav fifo --format wav > /dev/null; wait; }"},
+        scratch.root());
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    struct stat link;
+    ASSERT_EQ(::lstat(scratch.path("link.wav").c_str(), &link), 0);
+    EXPECT_TRUE(S_ISLNK(link.st_mode));
+    EXPECT_EQ(TestAudio::read(scratch.path("real/target.wav")).samples, input.samples);
+    EXPECT_EQ(TestAudio::read(scratch.path("piped.wav")).samples, input.samples);
+    EXPECT_EQ(TestAudio::read(scratch.path("streamed.flac")).samples, TestAudio::read(flac).samples);
+    // The report moves to stderr when the audio takes stdout.
+    EXPECT_NE(run.err.find("latency   100 samples"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("\"path\": \"-\""), std::string::npos) << run.err;
+    EXPECT_EQ(TestAudio::read(scratch.path("fromfifo.wav")).samples, input.samples);
+    EXPECT_EQ(scratch.entries(), (std::vector<std::string>{"fifo", "fromfifo.wav", "in.flac", "in.wav", "link.wav",
+                                                           "out.wav", "piped.wav", "real", "streamed.flac"}));
 }
 
 TEST(CommandLineRender, TextReportAndNoProgressBarWhenNotATerminal)
@@ -181,7 +221,8 @@ TEST(CommandLineRender, JsonReportParsesAndHoldsTheFields)
     EXPECT_NEAR(report["output"]["sample_peak_dbfs"][0].get<double>()
                     - report["input"]["sample_peak_dbfs"][0].get<double>(),
                 6.0, 1e-4);
-    EXPECT_TRUE(report["max_gain_reduction_db"].is_null());
+    // Louder output counts as no reduction.
+    EXPECT_EQ(report["gain_reduction_db"]["largest"], nlohmann::json::array({0.0, 0.0}));
     EXPECT_TRUE(report["ceiling_db"].is_null());
     EXPECT_EQ(report["true_peak_above_ceiling"], false);
     EXPECT_TRUE(report["warnings"].empty());
@@ -199,6 +240,15 @@ TEST(CommandLineInfo, IdentityLatencyParametersAndPrograms)
     EXPECT_NE(run.out.find("Mode                      Off"), std::string::npos) << run.out;
     EXPECT_NE(run.out.find("*  0  Unity"), std::string::npos) << run.out;
     EXPECT_NE(run.out.find("   2  Loud +6 dB"), std::string::npos) << run.out;
+    const nlohmann::json info = nlohmann::json::parse(
+        ProcessRun::palisorne({"info", "--plugin", TestModules::delayProbe, "--json"}, scratch.root()).out);
+    EXPECT_EQ(info["latency_samples"], 100);
+    EXPECT_EQ(info["parameters"][0]["unit"], "dB");
+    EXPECT_EQ(info["parameters"][0]["lowest"], "-24.0");
+    EXPECT_EQ(info["parameters"][0]["highest"], "+24.0");
+    EXPECT_TRUE(info["parameters"][0]["value_texts"].empty());
+    EXPECT_EQ(info["parameters"][4]["value_texts"], nlohmann::json::array({"Off", "On"}));
+    EXPECT_EQ(info["programs"].size(), 3u);
 }
 
 // The probe reports its Delay setting as its latency: the second copy must
@@ -218,17 +268,16 @@ TEST(CommandLineBench, TimesEveryPluginAndSettingsGoToTheNamedOne)
             ++modules;
         }
     }
+    arguments.push_back("--json");
     const ProcessRun run = ProcessRun::palisorne(arguments, scratch.root());
     ASSERT_EQ(run.exitCode, 0) << run.err;
-    // A header, a column line and one line per module.
-    EXPECT_EQ(lineCount(run.out), 2u + modules) << run.out;
-    EXPECT_NE(run.out.find("generated demo mix -6.0 dB"), std::string::npos) << run.out;
-    const size_t first = run.out.find("\nDelayProbe ");
-    const size_t second = run.out.find("\nDelayProbe ", first + 1);
-    ASSERT_NE(second, std::string::npos) << run.out;
-    EXPECT_NE(run.out.substr(first, second - first).find(" 100 "), std::string::npos) << run.out;
-    EXPECT_NE(run.out.substr(second, run.out.find('\n', second + 1) - second).find(" 250 "), std::string::npos)
-        << run.out;
+    const nlohmann::json bench = nlohmann::json::parse(run.out);
+    EXPECT_EQ(bench["gain_db"], -6.0);
+    ASSERT_EQ(bench["plugins"].size(), modules);
+    EXPECT_EQ(bench["plugins"][0]["latency_samples"], 100);
+    EXPECT_EQ(bench["plugins"][1]["latency_samples"], 250);
+    EXPECT_EQ(bench["plugins"][1]["real_time_factors"].size(), 2u);
+    EXPECT_GT(bench["plugins"][1]["median_real_time_factor"].get<double>(), 1.0);
 
     for (const char* wrong : {"3:Delay=250", "Delay=250", "0:Delay=250"})
     {
@@ -252,6 +301,66 @@ TEST(CommandLineOurs, DefaultModuleIsFoundBesideTheExecutable)
     EXPECT_NE(run.out.find("   3  EBU R128 -1 dBTP"), std::string::npos) << run.out;
 }
 
+// Names in any case or cut short, values with their units or as on/off; the
+// full name of a program the plug-in shows cut to 24 characters.
+TEST(CommandLineOurs, NamesAndValuesAsAPersonTypesThem)
+{
+    SKIP_WITHOUT_MODULE(TestModules::ours);
+    RenderScene scene;
+    scene.expectCleanFailure(scene.render(scene.input, TestModules::ours, {"--set", "l=1"}),
+                             "the parameter 'l' is ambiguous: it begins Lookahd, Link");
+    scene.expectCleanFailure(scene.render(scene.input, TestModules::ours, {"--program", "20"}),
+                             "program 20 is an empty slot ('Program 20')");
+    EXPECT_EQ(ProcessRun::palisorne(scene.render(scene.input, TestModules::ours, {"--program", "Program 20"}),
+                                    scene.scratch.root())
+                  .exitCode,
+              0);
+    const ProcessRun run = ProcessRun::palisorne(
+        scene.render(scene.input, TestModules::ours,
+                     {"--program", "+10 dB TRUE peak headroom", "--set", "att=20ms", "--set", "lookahd=1.5 ms", "--set",
+                      "Link=40%", "--set", "isp=off", "--set", "outceil=-1dB", "--set-norm", "AES17=on"}),
+        scene.scratch.root());
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    for (const char* line : {"program   +10 dB true peak headroo (10)\n", "Attack = 0.0200 s\n", "Lookahd = 0.0015 s\n",
+                             "Link = 40 %\n", "ISP = 0.0\n", "Outceil = -1.0 dB\n", "AES17 = 1\n"})
+    {
+        EXPECT_NE(run.out.find(line), std::string::npos) << line << " in\n" << run.out;
+    }
+}
+
+// The JSON report holds everything a render depends on: rendering from it
+// again gives the same bytes, dither included.
+TEST(CommandLineOurs, JsonReportReproducesTheRenderBitForBit)
+{
+    SKIP_WITHOUT_MODULE(TestModules::ours);
+    RenderScene scene;
+    const std::string first = scene.scratch.path("first.wav");
+    const ProcessRun run = ProcessRun::palisorne(
+        {"render", scene.input, first, "--program", "EBU R128 -1 dBTP", "--set", "In gain=9", "--set", "NumBits=2",
+         "--bits", "24", "--block", "300", "--json"},
+        scene.scratch.root());
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    const nlohmann::json report = nlohmann::json::parse(run.out);
+    EXPECT_EQ("palisorne " + report["render"]["host_version"].get<std::string>() + "\n",
+              ProcessRun::palisorne({"--version"}, scene.scratch.root()).out);
+    EXPECT_EQ(report["render"]["block_frames"], 300);
+    EXPECT_EQ(report["plugin"]["program_index"], 3);
+    ASSERT_EQ(report["plugin"]["parameters"].size(), 13u);
+    EXPECT_EQ(report["plugin"]["parameters"][11]["display"], "2");
+    EXPECT_EQ(report["dither"], "triangular at 24 bits");
+    std::ofstream(scene.scratch.path("report.json")) << run.out;
+    const ProcessRun again = ProcessRun::palisorne(
+        {"render", scene.input, scene.output, "--from-report", scene.scratch.path("report.json")}, scene.scratch.root());
+    ASSERT_EQ(again.exitCode, 0) << again.err;
+    EXPECT_EQ(ScratchDirectory::contentsOf(scene.output), ScratchDirectory::contentsOf(first));
+    // +9 dB into a -1 dB ceiling checked against -6 dB: --strict fails the run, the file is written.
+    EXPECT_EQ(ProcessRun::palisorne({"render", scene.input, scene.output, "--from-report",
+                                     scene.scratch.path("report.json"), "--check-ceiling", "-6", "--strict"},
+                                    scene.scratch.root())
+                  .exitCode,
+              3);
+}
+
 TEST(CommandLineOurs, DemoRendersTheGeneratedMixAndReports)
 {
     SKIP_WITHOUT_MODULE(TestModules::ours);
@@ -268,8 +377,8 @@ TEST(CommandLineOurs, DemoRendersTheGeneratedMixAndReports)
     EXPECT_EQ(report["ceiling_db"], -1.0);
     // The mix peaks at -3 dBFS; 6 dB more against a -1 dB ceiling means at
     // least 2 dB of reduction somewhere.
-    ASSERT_EQ(report["max_gain_reduction_db"].size(), 2u);
-    EXPECT_GT(report["max_gain_reduction_db"][0].get<double>(), 2.0);
+    ASSERT_EQ(report["gain_reduction_db"]["largest"].size(), 2u);
+    EXPECT_GT(report["gain_reduction_db"]["largest"][0].get<double>(), 2.0);
     EXPECT_EQ(scratch.entries(), (std::vector<std::string>{"palisorne-demo-limited.wav", "palisorne-demo-mix.wav"}));
 }
 

@@ -26,9 +26,9 @@ void append(std::vector<float>& to, const std::vector<float>& more)
 }
 }
 
-// With an input gain of g dB, input peak p and output peak q, the reduction
-// is g + 20 log10(p / q); float samples carry the ratio to about 1e-7, so
-// 1e-4 dB is ample.
+// With an input gain of g dB, input level p and output level q, the
+// reduction is g + 20 log10(p / q); float samples carry the ratio to about
+// 1e-7, so 1e-4 dB is ample.
 TEST(GainReductionMeter, InputGainAndPeakRatioPerChannel)
 {
     GainReductionMeter meter(2, 48000, 6.0);
@@ -36,13 +36,13 @@ TEST(GainReductionMeter, InputGainAndPeakRatioPerChannel)
     const std::vector<float> output = steady(0.5f, 0.25f, 4800);
     meter.addInput(input.data(), 4800);
     meter.addOutput(output.data(), 4800);
-    const std::vector<double> reduction = meter.getMaxReductionDb();
+    const std::vector<double> reduction = meter.getLargestReductionDb();
     ASSERT_EQ(reduction.size(), 2u);
     EXPECT_NEAR(reduction[0], 6.0, 1e-4);
     EXPECT_NEAR(reduction[1], 6.0 + 20.0 * std::log10(2.0), 1e-4);
 }
 
-TEST(GainReductionMeter, LargestWindowCountsAndBlockBoundariesDoNotMatter)
+TEST(GainReductionMeter, LargestAndMeanOfTheWindowsAndBlockBoundariesDoNotMatter)
 {
     // 10 ms at 1000 Hz is 10 frames. The second window is reduced by 12 dB.
     GainReductionMeter meter(2, 1000, 0.0);
@@ -55,9 +55,13 @@ TEST(GainReductionMeter, LargestWindowCountsAndBlockBoundariesDoNotMatter)
     meter.addInput(input.data() + 14, 23);
     meter.addOutput(output.data(), 13);
     meter.addOutput(output.data() + 26, 17);
-    const std::vector<double> reduction = meter.getMaxReductionDb();
+    const std::vector<double> reduction = meter.getLargestReductionDb();
     EXPECT_NEAR(reduction[0], 20.0 * std::log10(4.0), 1e-4);
     EXPECT_NEAR(reduction[1], 20.0 * std::log10(2.0), 1e-4);
+    // The mean over the three windows, two of them unreduced.
+    const std::vector<double> mean = meter.getMeanReductionDb();
+    EXPECT_NEAR(mean[0], 20.0 * std::log10(4.0) / 3.0, 1e-4);
+    EXPECT_NEAR(mean[1], 20.0 * std::log10(2.0) / 3.0, 1e-4);
 }
 
 TEST(GainReductionMeter, QuietWindowsAndLouderOutputCountAsNoReduction)
@@ -69,7 +73,7 @@ TEST(GainReductionMeter, QuietWindowsAndLouderOutputCountAsNoReduction)
     const std::vector<float> output = steady(0.0f, 0.2f, 20);
     meter.addInput(input.data(), 20);
     meter.addOutput(output.data(), 20);
-    const std::vector<double> reduction = meter.getMaxReductionDb();
+    const std::vector<double> reduction = meter.getLargestReductionDb();
     EXPECT_EQ(reduction[0], 0.0);
     EXPECT_EQ(reduction[1], 0.0);
 }

@@ -27,18 +27,22 @@ std::string drain(int fileDescriptor)
 }
 }
 
-TEST(ProgressBar, DrawsNothingWhenTheStreamIsNotATerminal)
+// Not a terminal: one line per tenth reached, however the updates fall.
+TEST(ProgressBar, WritesALinePerTenthWhenTheStreamIsNotATerminal)
 {
     int pipeEnds[2];
     ASSERT_EQ(::pipe(pipeEnds), 0);
     {
         ProgressBar bar(pipeEnds[1], 0.0);
-        bar.update(0.5);
-        bar.update(1.0);
+        for (double fraction : {0.05, 0.1, 0.15, 0.35, 0.999, 1.0})
+        {
+            bar.update(fraction);
+        }
         EXPECT_FALSE(bar.isShown());
     }
     ::close(pipeEnds[1]);
-    EXPECT_EQ(drain(pipeEnds[0]), "");
+    EXPECT_EQ(drain(pipeEnds[0]), "palisorne: 10 % done\npalisorne: 30 % done\npalisorne: 90 % done\n"
+                                  "palisorne: 100 % done\n");
     ::close(pipeEnds[0]);
 }
 
@@ -53,7 +57,7 @@ TEST(ProgressBar, OnATerminalDrawsThePercentageAndErasesItself)
         EXPECT_TRUE(bar.isShown());
         const std::string drawn = drain(controller);
         EXPECT_NE(drawn.find("[##########.............................."), std::string::npos) << drawn;
-        EXPECT_NE(drawn.find(" 25%"), std::string::npos) << drawn;
+        EXPECT_NE(drawn.find(" 25% 0:00 left"), std::string::npos) << drawn;
         bar.finish();
         EXPECT_FALSE(bar.isShown());
         const std::string erased = drain(controller);

@@ -75,13 +75,14 @@ TEST(RendererShape, LengthRateChannelsAndSampleTypeFollowTheInputUnlessBitsAreGi
     TestAudio::noise(2, 22050, 3333, 0.5f, SF_FORMAT_WAV | SF_FORMAT_PCM_16).write(scratch.path("in.wav"));
     const TestAudio input = TestAudio::read(scratch.path("in.wav"));
     RenderSettings settings = probeSettings(scratch, 100);
+    settings.noDither = true;
     const RenderReport report = Renderer(settings).run(nullptr);
     const TestAudio output = TestAudio::read(scratch.path("out.wav"));
     EXPECT_EQ(output.frames(), 3333u);
     EXPECT_EQ(output.sampleRate, 22050);
     EXPECT_EQ(output.channels, 2);
     EXPECT_EQ(output.format, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
-    // 16-bit samples pass the float path and come back as the same integers.
+    // Undithered, 16-bit samples pass the float path and come back as the same integers.
     EXPECT_EQ(output.samples, input.samples);
     EXPECT_EQ(report.input.frames, 3333);
     EXPECT_EQ(report.output.frames, 3333);
@@ -95,11 +96,13 @@ TEST(RendererShape, LengthRateChannelsAndSampleTypeFollowTheInputUnlessBitsAreGi
     EXPECT_EQ(wider.samples, input.samples);
 }
 
-TEST(RendererMono, MonoFeedsBothInputsAndIsWrittenStereoUnlessAsked)
+TEST(RendererMono, MonoFeedsBothInputsAndStaysMonoUnlessStereoIsAsked)
 {
     ScratchDirectory scratch;
     const TestAudio input = TestAudio::noise(1, 48000, 2000, 0.5f, floatWav).write(scratch.path("in.wav"));
-    Renderer(probeSettings(scratch, 50)).run(nullptr);
+    RenderSettings settings = probeSettings(scratch, 50);
+    settings.stereo = true;
+    Renderer(settings).run(nullptr);
     const TestAudio stereo = TestAudio::read(scratch.path("out.wav"));
     ASSERT_EQ(stereo.channels, 2);
     ASSERT_EQ(stereo.frames(), 2000u);
@@ -109,13 +112,11 @@ TEST(RendererMono, MonoFeedsBothInputsAndIsWrittenStereoUnlessAsked)
         ASSERT_EQ(stereo.at(frame, 1), input.samples[frame]);
     }
 
-    RenderSettings settings = probeSettings(scratch, 50);
+    settings = probeSettings(scratch, 50);
     settings.outputPath = scratch.path("mono.wav");
-    settings.monoOutput = true;
     Renderer(settings).run(nullptr);
     const TestAudio mono = TestAudio::read(scratch.path("mono.wav"));
     EXPECT_EQ(mono.channels, 1);
-    // The mean of two equal floats is that float exactly.
     EXPECT_EQ(mono.samples, input.samples);
 }
 
@@ -154,8 +155,8 @@ TEST(RendererReport, LoudnessFiguresOfInputAndOutput)
     EXPECT_NEAR(report.output.loudness.integratedLufs - report.input.loudness.integratedLufs, 6.0, 0.01);
     ASSERT_EQ(report.output.loudness.truePeakDbtp.size(), 2u);
     EXPECT_NEAR(report.output.loudness.samplePeakDbfs[1], 20.0 * std::log10(0.5) + 6.0, 0.02);
-    // Not our limiter: no reduction figure, no ceiling, no warning.
-    EXPECT_TRUE(report.maxGainReductionDb.empty());
+    // Not our limiter: no ceiling, no warning; a louder output is no reduction.
+    EXPECT_EQ(report.largestGainReductionDb, std::vector<double>(2, 0.0));
     EXPECT_FALSE(report.ceilingDb.has_value());
     EXPECT_TRUE(report.warnings.empty());
 }
@@ -195,9 +196,6 @@ TEST(RendererErrors, RefusedBeforeAnythingIsWritten)
     settings = probeSettings(scratch, 10);
     settings.inputPath = scratch.path("three.wav");
     EXPECT_NE(failure(settings).find("3 channels; palisorne renders mono and stereo files only"), std::string::npos);
-    settings = probeSettings(scratch, 10);
-    settings.monoOutput = true;
-    EXPECT_NE(failure(settings).find("--mono applies to mono input only"), std::string::npos);
     settings = probeSettings(scratch, 10);
     settings.blockFrames = 0;
     EXPECT_NE(failure(settings).find("--block"), std::string::npos);
@@ -240,8 +238,8 @@ TEST(RendererOurs, LatencyCompensationLinesUpAnUntouchedSignal)
         }
     }
     EXPECT_LT(largest, 1e-3);
-    ASSERT_EQ(report.maxGainReductionDb.size(), 2u);
-    EXPECT_LT(report.maxGainReductionDb[0], 0.01);
+    ASSERT_EQ(report.largestGainReductionDb.size(), 2u);
+    EXPECT_LT(report.largestGainReductionDb[0], 0.01);
 }
 
 // A 997 Hz sine at -6 dBFS raised by 12 dB must come out at the -1 dB
@@ -263,10 +261,11 @@ TEST(RendererOurs, LimitingHoldsTheCeilingAndReportsTheReduction)
     {
         EXPECT_LE(peak, -1.0 + 0.01);
     }
-    ASSERT_EQ(report.maxGainReductionDb.size(), 2u);
-    for (double reduction : report.maxGainReductionDb)
+    ASSERT_EQ(report.largestGainReductionDb.size(), 2u);
+    for (size_t channel = 0; channel < 2; ++channel)
     {
-        EXPECT_NEAR(reduction, 7.0, 0.3);
+        EXPECT_NEAR(report.largestGainReductionDb[channel], 7.0, 0.3);
+        EXPECT_NEAR(report.meanGainReductionDb[channel], 7.0, 0.3);
     }
 }
 

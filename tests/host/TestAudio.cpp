@@ -42,8 +42,12 @@ TestAudio TestAudio::read(const std::string& path)
     audio.channels = info.channels;
     audio.sampleRate = info.samplerate;
     audio.format = info.format;
-    audio.samples.resize(static_cast<size_t>(info.frames) * static_cast<size_t>(info.channels));
-    sf_readf_float(file, audio.samples.data(), info.frames);
+    // A file written as a stream may not state its length: read to the end.
+    std::vector<float> block(4096 * static_cast<size_t>(info.channels));
+    while (const sf_count_t got = sf_readf_float(file, block.data(), 4096))
+    {
+        audio.samples.insert(audio.samples.end(), block.begin(), block.begin() + got * info.channels);
+    }
     sf_close(file);
     return audio;
 }
