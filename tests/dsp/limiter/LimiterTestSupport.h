@@ -1,15 +1,11 @@
 #pragma once
 
+#include "blocks/RandomGenerator.h"
 #include "limiter/CLimiter.h"
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <cstdint>
-#include <string>
 #include <vector>
 
 // Signals, settings and a block-wise renderer shared by the limiter's tests.
@@ -130,12 +126,12 @@ inline Buffer limit(const Settings& s, const Buffer& in)
     return render(limiter, in, 512);
 }
 
-inline std::vector<float> flatten(const Buffer& buffer)
+// Both program-wide generator states as a process starts with them, so
+// that two renders draw the same noise and dither.
+inline void restartGenerators()
 {
-    std::vector<float> all;
-    for (const auto& channel : buffer)
-        all.insert(all.end(), channel.begin(), channel.end());
-    return all;
+    randState.store(0);
+    noiseSeed.store(0);
 }
 
 // A loud stereo mix that keeps the limiter busy: a bass line, mid and high
@@ -228,32 +224,5 @@ inline float peak(const std::vector<float>& channel, int from, int to)
     for (int n = from; n < to; ++n)
         m = std::max(m, std::fabs(channel[n]));
     return m;
-}
-
-// What a child process writes into fd until it closes it; closes fd.
-inline std::string readToEnd(int fd)
-{
-    std::string bytes;
-    char chunk[1 << 16];
-    for (;;)
-    {
-        const ssize_t got = read(fd, chunk, sizeof chunk);
-        if (got > 0)
-            bytes.append(chunk, static_cast<size_t>(got));
-        else if (got == 0 || errno != EINTR)
-            break;
-    }
-    close(fd);
-    return bytes;
-}
-
-// Waits for the child: its exit code, or -1 if it did not exit normally.
-inline int exitCodeOf(pid_t child)
-{
-    int status = 0;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR)
-    {
-    }
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 }
