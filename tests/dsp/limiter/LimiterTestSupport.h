@@ -134,6 +134,56 @@ inline void restartGenerators()
     noiseSeed.store(0);
 }
 
+const double pi = 3.14159265358979323846;
+
+// Silence becomes +-1e-8 noise ahead of the 1 Hz high-pass, whose output is
+// p*(noise - state), state being a weighted average of earlier noise
+// (|state| <= 1e-8): the output of silence is at most 2e-8 in magnitude.
+const float noiseBound = 2.01e-8f;
+
+// Pole of the 1 Hz input high-pass: exp(-2 atan(pi/fs)).
+inline double highPassPole(double fs)
+{
+    return std::exp(-2.0 * std::atan(pi / fs));
+}
+
+// Gain of that high-pass for samples alternating in sign: 2p/(1+p), within
+// 1.5e-4 of 1 at every supported rate.
+inline double nyquistGain(double fs)
+{
+    const double p = highPassPole(fs);
+    return 2.0 * p / (1.0 + p);
+}
+
+// Level of +-0.1 through the input high-pass at 44.1 kHz.
+const double quietLevel = 0.1 * nyquistGain(44100.0);
+
+// Largest relative deviation of |channel[n]| from expected over [from, to).
+inline double worstRelativeDeviation(const std::vector<float>& channel, int from, int to, double expected)
+{
+    double worst = 0.0;
+    for (int n = from; n < to; ++n)
+        worst = std::max(worst, std::fabs(std::fabs(channel[n]) - expected) / expected);
+    return worst;
+}
+
+// Renders from the generator states a process starts with, so that two
+// renders are comparable bit for bit, noise and dither included.
+inline Buffer renderFromStart(const Settings& settings, const Buffer& in)
+{
+    restartGenerators();
+    return limit(settings, in);
+}
+
+// The same sine in both channels, at 44.1 kHz.
+inline Buffer sine(double frequency, double amplitude, int frames)
+{
+    Buffer in = makeBuffer(2, frames);
+    for (int n = 0; n < frames; ++n)
+        in[0][n] = in[1][n] = static_cast<float>(amplitude * std::sin(2.0 * pi * frequency * n / 44100.0));
+    return in;
+}
+
 // A loud stereo mix that keeps the limiter busy: a bass line, mid and high
 // tones and noise, cut into sections that alternate between a dense loud
 // part, near silence broken by single-sample clicks, a quarter-rate tone
