@@ -63,7 +63,6 @@ public:
     // Squared magnitude of the matching analogue one-pole at normFreq.
     virtual float getPowerResponse(float normFreq) const;
 
-    float getPole() const { return pole; }
 
 protected:
     float pole;

@@ -131,8 +131,6 @@ public:
     virtual void setShaping(float amount);
     virtual void setRate(float fs);
 
-    float getRate() const { return sampleRate; }
-    int8_t getWordLength() const { return bits; }
     // False in pass-through (a word length of 0 or less).
     bool isActive() const { return bits > 0; }
 

@@ -75,8 +75,7 @@ CGainSmoother::CGainSmoother(int channels)
 
 void CGainSmoother::clear()
 {
-    for (int ch = 0; ch < state.size(); ++ch)
-        state[ch] = ChannelState();
+    state.forEach([](ChannelState& s) { s = ChannelState(); });
 }
 
 void CGainSmoother::followEnvelopes(Chunk& lanes, int count, const BlockSettings& s)

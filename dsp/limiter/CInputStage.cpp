@@ -31,14 +31,12 @@ CInputStage::CInputStage(int channels) : filter(channels), delay(size_t(pairCoun
 
 void CInputStage::update(float sampleRate)
 {
-    for (int ch = 0; ch < filter.size(); ++ch)
-        filter[ch].setNormFreq(1.0f / sampleRate);
+    filter.forEach([sampleRate](C1HPF& f) { f.setNormFreq(1.0f / sampleRate); });
 }
 
 void CInputStage::clear()
 {
-    for (int ch = 0; ch < filter.size(); ++ch)
-        filter[ch].clear();
+    filter.forEach([](C1HPF& f) { f.clear(); });
     std::fill(delay.begin(), delay.end(), DelayLine());
 }
 

@@ -9,23 +9,20 @@ COutputStage::COutputStage(int channels)
 
 void COutputStage::update(float sampleRate, int8_t bits)
 {
-    for (int ch = 0; ch < quantizer.size(); ++ch)
-    {
-        quantizer[ch].setRate(sampleRate);
-        quantizer[ch].setWordLength(bits);
-    }
+    quantizer.forEach([&](CQuantizer& q) {
+        q.setRate(sampleRate);
+        q.setWordLength(bits);
+    });
 }
 
 void COutputStage::setShaping(float amount)
 {
-    for (int ch = 0; ch < quantizer.size(); ++ch)
-        quantizer[ch].setShaping(amount);
+    quantizer.forEach([amount](CQuantizer& q) { q.setShaping(amount); });
 }
 
 void COutputStage::clear()
 {
-    for (int ch = 0; ch < quantizer.size(); ++ch)
-        quantizer[ch].clear();
+    quantizer.forEach([](CQuantizer& q) { q.clear(); });
 }
 
 bool COutputStage::quantizing(const Chunk& chunk)

@@ -8,14 +8,12 @@ CPeakDetection::CPeakDetection(int channels) : detector(channels, 44100.0f)
 
 void CPeakDetection::update(float sampleRate)
 {
-    for (int ch = 0; ch < detector.size(); ++ch)
-        detector[ch].setSampleRate(sampleRate);
+    detector.forEach([sampleRate](CISPDetector& d) { d.setSampleRate(sampleRate); });
 }
 
 void CPeakDetection::clear()
 {
-    for (int ch = 0; ch < detector.size(); ++ch)
-        detector[ch].clear();
+    detector.forEach([](CISPDetector& d) { d.clear(); });
 }
 
 void CPeakDetection::process(Chunk& lanes, const LaneFrame* delay, int count, int writeIndex, const BlockSettings& s)

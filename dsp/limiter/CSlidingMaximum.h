@@ -113,10 +113,6 @@ public:
         __m128i newHoldEnd;
     };
 
-    float getHoldMax(int lane) const { return holdMax[lane]; }
-    // Samples the held maximum has left before a rescan.
-    int getHoldCount(int lane) const { return holdCount[lane]; }
-
 private:
     // Entries of the work arrays: the block's window contents, and room for
     // a last segment scanned past them.

@@ -75,6 +75,12 @@ public:
     }
 
     Block& operator[](int channel) { return *blocks[size_t(channel)]; }
+    template <typename F>
+    void forEach(F f)
+    {
+        for (auto& block : blocks)
+            f(*block);
+    }
     const Block& operator[](int channel) const { return *blocks[size_t(channel)]; }
     Lane* const* pair(int p) { return &pointers[size_t(pairWidth * p)]; }
     int size() const { return channels; }

@@ -122,22 +122,3 @@ TEST(CISPDetectorTest, ClearAndRateChangeFlushHistoryAndPeak)
     feed(detector, 1.0f, 1);
     EXPECT_NEAR(detector.readPeak(), -quarter[0], tolerance);
 }
-
-TEST(CISPDetectorTest, BlockFormMatchesSampleBySample)
-{
-    std::vector<float> signal(300);
-    for (size_t n = 0; n < signal.size(); ++n)
-        signal[n] = static_cast<float>(std::sin(0.37 * static_cast<double>(n)) * std::cos(0.011 * static_cast<double>(n)));
-
-    CISPDetector block(44100.0f);
-    CISPDetector single(44100.0f);
-    for (size_t start = 0; start < signal.size(); start += 50)
-    {
-        block.process(signal.data() + start, 50);
-        for (size_t i = start; i < start + 50; ++i)
-            single.process(&signal[i]);
-        EXPECT_EQ(block.readPeak(), single.readPeak()) << "block at " << start;
-    }
-    block.process(signal.data(), 0);
-    EXPECT_EQ(block.readPeak(), 0.0f);
-}

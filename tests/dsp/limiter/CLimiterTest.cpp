@@ -3,88 +3,22 @@
 
 #include <gtest/gtest.h>
 
-#if defined(__x86_64__) || defined(__i386__)
-#include <xmmintrin.h>
-#endif
-
-#include <atomic>
-#include <cfloat>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <functional>
-#include <limits>
-#include <new>
-#include <optional>
-#include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 using namespace limiter_test;
 
-// Every allocation of the test program is counted, so that a test can show
-// that none happens inside process(). The library's array and nothrow forms
-// call these two.
-namespace
-{
-std::atomic<long> allocationCount{0};
-
-// Kept out of line: inlined into the replaced operator delete, GCC would take
-// free() of memory from operator new for a mismatched pair.
-[[gnu::noinline]] void release(void* p) noexcept
-{
-    std::free(p);
-}
-}
-
-void* operator new(std::size_t size)
-{
-    allocationCount.fetch_add(1, std::memory_order_relaxed);
-    if (void* p = std::malloc(size == 0 ? 1 : size))
-        return p;
-    throw std::bad_alloc();
-}
-
-void* operator new(std::size_t size, std::align_val_t alignment)
-{
-    allocationCount.fetch_add(1, std::memory_order_relaxed);
-    const std::size_t a = static_cast<std::size_t>(alignment);
-    if (void* p = std::aligned_alloc(a, (size + a) / a * a))
-        return p;
-    throw std::bad_alloc();
-}
-
-void operator delete(void* p) noexcept { release(p); }
-void operator delete(void* p, std::size_t) noexcept { release(p); }
-void operator delete(void* p, std::align_val_t) noexcept { release(p); }
-void operator delete(void* p, std::size_t, std::align_val_t) noexcept { release(p); }
+// What the limiter does to the signal path, against what the mathematics of
+// its stages predicts: latency, the unity path, the ceiling, the look-ahead.
+// That the fast path computes the plain loop bit for bit, for any block size,
+// is CLimiterReferenceTest's.
 
 namespace
 {
-const double pi = 3.14159265358979323846;
-
-// Silence becomes +-1e-8 noise ahead of the 1 Hz high-pass, whose output is
-// p*(noise - state), state being a weighted average of earlier noise
-// (|state| <= 1e-8): the output of silence is at most 2e-8 in magnitude.
-const float noiseBound = 2.01e-8f;
-
-// Pole of the 1 Hz input high-pass: exp(-2 atan(pi/fs)).
-double highPassPole(double fs)
-{
-    return std::exp(-2.0 * std::atan(pi / fs));
-}
-
-// Gain of that high-pass for samples alternating in sign: 2p/(1+p), within
-// 1.5e-4 of 1 at every supported rate.
-double nyquistGain(double fs)
-{
-    const double p = highPassPole(fs);
-    return 2.0 * p / (1.0 + p);
-}
-
 // The ceiling rounded down onto the grid of the output word (no rounding for
 // 2 bits or fewer).
 double expectedClipLevel(float ceilingDb, int bits)
@@ -106,75 +40,6 @@ double clipLevelTolerance(int bits)
     return bits > 2 ? std::ldexp(1.0, 1 - bits) : 1e-6;
 }
 
-// Index of the first sample whose bit pattern differs, or -1.
-long firstDifference(const std::vector<float>& a, const std::vector<float>& b)
-{
-    if (a.size() != b.size())
-        return 0;
-    const auto differ = std::mismatch(a.begin(), a.end(), b.begin(),
-        [](float x, float y) { return std::memcmp(&x, &y, sizeof x) == 0; });
-    return differ.first == a.end() ? -1 : differ.first - a.begin();
-}
-
-// Runs job in a child forked from this process and returns what it produced.
-// The dither generator and the anti-denormal seed are program-wide and never
-// reseeded: two runs in one process see different random values, but children
-// forked from the same parent state all start from the same values, which
-// makes separate runs comparable bit for bit.
-std::optional<std::vector<float>> runIsolated(const std::function<std::vector<float>()>& job)
-{
-    int fds[2];
-    if (pipe(fds) != 0)
-        return std::nullopt;
-    std::fflush(nullptr);
-    const pid_t pid = fork();
-    if (pid < 0)
-        return std::nullopt;
-    if (pid == 0)
-    {
-        close(fds[0]);
-        const std::vector<float> samples = job();
-        const char* data = reinterpret_cast<const char*>(samples.data());
-        for (size_t left = samples.size() * sizeof(float); left > 0;)
-        {
-            const ssize_t written = write(fds[1], data, left);
-            if (written <= 0)
-                _exit(2);
-            data += written;
-            left -= static_cast<size_t>(written);
-        }
-        _exit(0);
-    }
-    close(fds[1]);
-    const std::string bytes = readToEnd(fds[0]);
-    if (exitCodeOf(pid) != 0 || bytes.size() % sizeof(float) != 0)
-        return std::nullopt;
-    std::vector<float> samples(bytes.size() / sizeof(float));
-    std::memcpy(samples.data(), bytes.data(), bytes.size());
-    return samples;
-}
-
-// Renders in a forked child (see runIsolated) and returns the channels.
-std::optional<Buffer> renderIsolated(const Settings& settings, const Buffer& in)
-{
-    const auto flat = runIsolated([&] { return flatten(limit(settings, in)); });
-    if (!flat)
-        return std::nullopt;
-    Buffer out = in;
-    for (size_t ch = 0; ch < out.size(); ++ch)
-        std::copy_n(flat->begin() + static_cast<long>(ch * out[ch].size()), out[ch].size(), out[ch].begin());
-    return out;
-}
-
-// Largest relative deviation of |channel[n]| from expected over [from, to).
-double worstRelativeDeviation(const std::vector<float>& channel, int from, int to, double expected)
-{
-    double worst = 0.0;
-    for (int n = from; n < to; ++n)
-        worst = std::max(worst, std::fabs(std::fabs(channel[n]) - expected) / expected);
-    return worst;
-}
-
 std::string describe(const Settings& s)
 {
     char text[256];
@@ -185,27 +50,6 @@ std::string describe(const Settings& s)
         s.monitor, s.saturation, s.bits, s.shaping);
     return text;
 }
-}
-
-// ---------------------------------------------------------------------------
-// Latency and the unity path
-// ---------------------------------------------------------------------------
-
-TEST(CLimiterLatencyTest, ReportedLatencyIgnoresLookaheadRateAndChannelCount)
-{
-    for (int channels : {1, 2, 4})
-    {
-        CLimiter limiter(channels);
-        EXPECT_EQ(limiter.getLatency(), 1535);
-        for (float fs : {22050.0f, 44100.0f, 96000.0f, 192000.0f})
-            for (float seconds : {0.0f, 0.001f, 0.002f, 0.003f, 0.05f})
-            {
-                limiter.setSampleRate(fs);
-                limiter.setLookahead(seconds);
-                render(limiter, makeBuffer(channels, 64), 64);
-                EXPECT_EQ(limiter.getLatency(), 1535) << channels << " channels, fs " << fs << ", look-ahead " << seconds;
-            }
-    }
 }
 
 TEST(CLimiterLatencyTest, ImpulseLeavesAfterTheLatencyShapedOnlyByTheOneHertzHighPass)
@@ -232,6 +76,8 @@ TEST(CLimiterLatencyTest, ImpulseLeavesAfterTheLatencyShapedOnlyByTheOneHertzHig
             in[ch][impulseAt[ch]] = amplitude[ch];
         SetUpLimiter limiter(s);
         const Buffer out = render(limiter, in, 256);
+        // Whatever the look-ahead and the rate.
+        EXPECT_EQ(limiter.getLatency(), latency);
 
         const double p = highPassPole(s.sampleRate);
         for (int ch = 0; ch < 2; ++ch)
@@ -280,10 +126,8 @@ TEST(CLimiterSilenceTest, SilenceBecomesTinyNoiseBehindTheFrameStage)
     }
 }
 
-// ---------------------------------------------------------------------------
-// The ceiling and the clip level
-// ---------------------------------------------------------------------------
-
+// The owner of the ceiling: on loud material, across the settings, no
+// sample leaves beyond the clip level, and limited output reaches it.
 TEST(CLimiterCeilingTest, OutputStaysWithinTheClipLevelAcrossSettings)
 {
     const float lookaheads[] = {0.0f, 0.001f, 0.003f};
@@ -308,20 +152,14 @@ TEST(CLimiterCeilingTest, OutputStaysWithinTheClipLevelAcrossSettings)
                                            .withSaturation(saturations[(k / 2) % 3])
                                            .withGain((k % 5 == 0) ? 12.0f : 0.0f));
     // The combinations most likely to overshoot: no look-ahead with instant
-    // times, the clamped longest look-ahead with the slowest times, coarse
-    // shaped 8-bit output under a low ceiling, monitoring with a large gain.
+    // times and coarse shaped 8-bit output under a low ceiling, the clamped
+    // longest look-ahead with the slowest times.
     grid.push_back(Settings().withRate(22050.0f).withLookahead(0.0f).withAttack(0.0f).withRelease(0.0f).withLink(1.0f)
                        .withTruePeak(true).withBits(8).withShaping(1.0f).withCeiling(-10.0f).withGain(20.0f)
                        .withSaturation(1.0f));
     grid.push_back(Settings().withRate(192000.0f).withLookahead(0.003f).withAttack(1.0f).withRelease(1.0f)
                        .withLink(0.5f).withTruePeak(true).withBits(24).withShaping(1.0f).withGain(20.0f)
                        .withSaturation(0.5f));
-    grid.push_back(Settings().withRate(192000.0f).withLookahead(0.0f).withAttack(0.0f).withRelease(0.0f)
-                       .withLink(0.0f).withBits(16).withShaping(1.0f).withCeiling(-10.0f).withGain(12.0f));
-    grid.push_back(Settings().withLookahead(0.003f).withAttack(0.0f).withRelease(1.0f).withLink(0.75f)
-                       .withTruePeak(true).withBits(8).withGain(20.0f).withSaturation(1.0f).withMonitor(true));
-    grid.push_back(Settings().withRate(96000.0f).withLookahead(0.001f).withAttack(1.0f).withRelease(0.0f)
-                       .withLink(0.25f).withCeiling(-10.0f).withGain(20.0f).withSaturation(0.5f));
 
     const int frames = latency + 8192;
     uint32_t seed = 1;
@@ -348,74 +186,13 @@ TEST(CLimiterCeilingTest, OutputStaysWithinTheClipLevelAcrossSettings)
     }
 }
 
-TEST(CLimiterCeilingTest, ConstantPeaksSettleOnTheCeiling)
-{
-    // Samples alternating at +-4: the sliding maximum is constant, the four
-    // smoothing sections converge on it, and gain times sample is the ceiling
-    // itself. The high-pass leaves a slowly decaying offset of at most
-    // 7e-5 of the amplitude between the two signs.
-    for (float ceilingDb : {0.0f, -0.1f, -10.0f})
-    {
-        const Buffer out = limit(Settings().withCeiling(ceilingDb), alternating(latency + 8000, 4.0f, -4.0f));
-        const double ceiling = std::pow(10.0, ceilingDb * 0.05);
-        for (int ch = 0; ch < 2; ++ch)
-            EXPECT_LT(worstRelativeDeviation(out[ch], latency + 2000, latency + 8000, ceiling), 3e-4)
-                << "ceiling " << ceilingDb << " dB, channel " << ch;
-    }
-}
-
 namespace
 {
-// Near silence with isolated clicks ten times the ceiling, alternating in
-// sign. With attack and release 0 the level falls back to the ceiling
-// between clicks; at each click the smoothing chain, given L+1 samples to
-// follow a step, is still about 1 % short of it, so the gain leaves the
-// click 0.8 to 1 % above the ceiling and the final clamp (or the word's
-// largest code) decides the sample.
-Buffer clicks(int frames, float clickSize)
-{
-    Buffer in = noise(frames, 0.05f, 7);
-    for (int n = 1000, sign = 1; n < frames; n += 400, sign = -sign)
-        in[0][n] = in[1][n] = static_cast<float>(sign) * clickSize;
-    return in;
-}
-
+// Instant dynamics, so that the clip level alone decides what leaves.
 Settings clickSettings(int bits, float ceilingDb)
 {
     return Settings().withAttack(0.0f).withRelease(0.0f).withBits(bits).withCeiling(ceilingDb);
 }
-}
-
-TEST(CLimiterClipLevelTest, SixteenBitClicksLandOnTheWordGridAtTheClipLevel)
-{
-    // 10^(-0.1/20) = 0.988553 lies between the codes 32392 and 32393. At
-    // 0 dB the clip level is exactly 1.0 and what reaches it is the word
-    // itself: overshooting clicks land on the largest codes, +32767 and -32768.
-    struct Case
-    {
-        float ceilingDb;
-        float clip;
-        float highest;
-        float lowest;
-    };
-    const Case cases[] = {{-0.1f, 32392.0f / 32768.0f, 32392.0f / 32768.0f, -32392.0f / 32768.0f},
-        {0.0f, 1.0f, 32767.0f / 32768.0f, -1.0f}};
-    for (const Case& c : cases)
-    {
-        SetUpLimiter limiter(clickSettings(16, c.ceilingDb));
-        const Buffer out = render(limiter, clicks(latency + 6000, 10.0f), 512);
-        EXPECT_EQ(limiter.getClipLevel(), c.clip);
-        for (int ch = 0; ch < 2; ++ch)
-        {
-            EXPECT_EQ(*std::max_element(out[ch].begin(), out[ch].end()), c.highest) << c.ceilingDb << " dB, " << ch;
-            EXPECT_EQ(*std::min_element(out[ch].begin(), out[ch].end()), c.lowest) << c.ceilingDb << " dB, " << ch;
-            for (int n = 0; n < static_cast<int>(out[ch].size()); ++n)
-            {
-                const float code = out[ch][n] * 32768.0f;
-                ASSERT_EQ(code, std::floor(code)) << "off the 16-bit grid: channel " << ch << ", sample " << n;
-            }
-        }
-    }
 }
 
 TEST(CLimiterClipLevelTest, WordLengthsRoundTheCeilingDown)
@@ -437,6 +214,7 @@ TEST(CLimiterClipLevelTest, WordLengthsRoundTheCeilingDown)
         {0, -0.1f, 0.98855309},        // no rounding without a word length
         {0, -10.0f, 0.31622777},
         {2, -0.1f, 0.98855309},        // 2 bits or fewer: no word length either
+        {40, 0.0f, 1.0},               // a grid finer than a float's
     };
     for (const Case& c : cases)
     {
@@ -445,21 +223,7 @@ TEST(CLimiterClipLevelTest, WordLengthsRoundTheCeilingDown)
         EXPECT_NEAR(limiter.getClipLevel(), c.clip, clipLevelTolerance(c.bits)) << c.bits << " bits, " << c.ceilingDb << " dB";
     }
 
-    // A change of word length or ceiling while running applies from the
-    // next block on.
-    SetUpLimiter limiter(clickSettings(16, -0.1f));
-    render(limiter, makeBuffer(2, 64), 64);
-    limiter.setNumBits(8);
-    render(limiter, makeBuffer(2, 64), 64);
-    EXPECT_EQ(limiter.getClipLevel(), 126.0f / 128.0f);
-    limiter.setCeiling(-10.0f);
-    render(limiter, makeBuffer(2, 64), 64);
-    EXPECT_EQ(limiter.getClipLevel(), 40.0f / 128.0f);
 }
-
-// ---------------------------------------------------------------------------
-// Look-ahead
-// ---------------------------------------------------------------------------
 
 namespace
 {
@@ -478,7 +242,7 @@ TEST(CLimiterLookaheadTest, SamplesAreRoundedAndClampedToFourTo507)
         {44100.0f, 0.001f, 44},   {44100.0f, 0.00136f, 60}, // 59.98 rounds up
         {44100.0f, 0.002f, 88},   {44100.0f, 0.003f, 132},  {22050.0f, 0.003f, 66},
         {96000.0f, 0.001f, 96},   {192000.0f, 0.0026f, 499}, {192000.0f, 0.003f, 507}, // 576 clamped
-        {192000.0f, 1.0f, 507},
+        {192000.0f, 1.0f, 507},   {44100.0f, 1e30f, 507},
     };
     for (const LookaheadCase& c : cases)
     {
@@ -489,39 +253,29 @@ TEST(CLimiterLookaheadTest, SamplesAreRoundedAndClampedToFourTo507)
         EXPECT_EQ(limiter.getLookaheadSamples(), c.samples) << "fs " << c.fs << ", " << c.seconds << " s";
     }
 
-    // The time is kept in seconds: a new rate recomputes the samples.
-    CLimiter limiter(2);
-    limiter.setLookahead(0.003f);
-    const std::pair<float, int> rates[] = {{44100.0f, 132}, {192000.0f, 507}, {22050.0f, 66}};
-    for (const auto& [fs, samples] : rates)
-    {
-        limiter.setSampleRate(fs);
-        render(limiter, makeBuffer(2, 64), 64);
-        EXPECT_EQ(limiter.getLookaheadSamples(), samples) << fs;
-    }
 }
 
 namespace
 {
 // Output sample from which a click changes the left channel: the two runs
-// differ only in one input sample, start from the same generator state, and
+// differ only in one input sample, start from the same generator states, and
 // are compared bit for bit. Returns -1 if they never differ.
 long firstAffectedSample(const Settings& s, float clickSize, int clickAt, int frames)
 {
     Buffer in = noise(frames, 0.2f, 11);
-    const auto plain = renderIsolated(s, in);
+    const Buffer plain = renderFromStart(s, in);
     in[0][clickAt] = clickSize;
-    const auto clicked = renderIsolated(s, in);
-    if (!plain || !clicked)
-        return -2;
+    const Buffer clicked = renderFromStart(s, in);
     // Link 0: the right channel must not notice the click at all.
-    EXPECT_EQ(firstDifference((*plain)[1], (*clicked)[1]), -1) << "right channel changed";
-    const long first = firstDifference((*plain)[0], (*clicked)[0]);
-    if (first >= 0)
-    {
-        EXPECT_LT(std::fabs((*clicked)[0][first]), std::fabs((*plain)[0][first])) << "the first change must be a gain drop";
-    }
-    return first;
+    EXPECT_EQ(std::memcmp(plain[1].data(), clicked[1].data(), plain[1].size() * sizeof(float)), 0)
+        << "right channel changed";
+    for (size_t n = 0; n < plain[0].size(); ++n)
+        if (std::memcmp(&plain[0][n], &clicked[0][n], sizeof(float)) != 0)
+        {
+            EXPECT_LT(std::fabs(clicked[0][n]), std::fabs(plain[0][n])) << "the first change must be a gain drop";
+            return long(n);
+        }
+    return -1;
 }
 }
 
@@ -545,802 +299,12 @@ TEST(CLimiterLookaheadTest, GainStartsFallingExactlyLookaheadSamplesBeforeAPeak)
         EXPECT_EQ(firstAffectedSample(s, 100.0f, clickAt, latency + 3000), clickAt + latency - c.samples)
             << "fs " << c.fs << ", look-ahead " << c.seconds;
     }
-}
-
-TEST(CLimiterLookaheadTest, TruePeakDetectionIsAlignedForItsOwnDelay)
-{
     // The true-peak detector answers for the sample before its newest input,
     // and the limiter reads one sample further ahead to make up for it: a
-    // click of 5 is seen at the same output sample as without true peak.
-    // A click of 20 is seen one sample earlier still, as the newest input of
-    // the quarter-point filter (-0.106 x 20 = -2.1, beyond the ceiling).
-    const int clickAt = 2000;
-    for (float seconds : {0.0f, 0.002f})
-    {
-        const Settings s = Settings().withLookahead(seconds).withTruePeak(true).withLink(0.0f);
-        const int samples = seconds == 0.0f ? 4 : 88;
-        EXPECT_EQ(firstAffectedSample(s, 5.0f, clickAt, latency + 3000), clickAt + latency - samples) << seconds;
-        EXPECT_EQ(firstAffectedSample(s, 20.0f, clickAt, latency + 3000), clickAt + latency - samples - 1) << seconds;
-    }
-}
-
-TEST(CLimiterLookaheadTest, APeakDetectedAsTheHoldExpiresTakesOverTheHold)
-{
-    // Attack and release 0, link 0: the level v is the sliding maximum
-    // itself. A click of 4 is held for L+1 detections; a click of 2 detected
-    // right after that expiry is the newest entry of the rescanned window
-    // and must take over the hold, so it reaches the output under a gain
-    // made for it: 2/s3, s3 being the four sections' response to v = 1,
-    // then 4 for L+1 samples, then 2 for L+1 samples. Were it left out of
-    // the rescan, v would fall back to 1 and the click would leave at the
-    // clamp.
-    const int L = 88;
-    const int first = 3000;
-    const int second = first + L + 1;
-    Buffer in = makeBuffer(2, latency + 4000);
-    in[0][first] = 4.0f;
-    in[0][second] = 2.0f;
-    const Buffer out = limit(Settings().withAttack(0.0f).withRelease(0.0f).withLink(0.0f), in);
-
-    // Through the high-pass on silence: y = p*(x - state); the first click
-    // leaves (1-p)*4 in the state, which decays by p over the L samples
-    // between the two.
-    const double p = highPassPole(44100.0);
-    const double big = 4.0 * p;
-    const double small = p * (2.0 - (1.0 - p) * 4.0 * std::pow(p, L));
-    const double c = static_cast<double>(std::exp(-10.0f / L));
-    double section[4] = {1.0, 1.0, 1.0, 1.0};
-    for (int k = 0; k <= 2 * L + 1; ++k)
-    {
-        double v = k <= L ? big : small;
-        for (double& stage : section)
-            v = stage = v + (stage - v) * c;
-    }
-    // Noise and rounding move s3 by far less than 1e-5.
-    EXPECT_NEAR(out[0][second + latency], small / section[3], 1e-4);
-    EXPECT_LT(out[0][second + latency], 0.995f);
-}
-
-// ---------------------------------------------------------------------------
-// Attack, release and the stereo link
-// ---------------------------------------------------------------------------
-
-namespace
-{
-// Group delay, in samples, of the four one-pole smoothing sections for a
-// slowly moving level: 4c/(1-c) with c = exp(-10/L).
-double smoothingDelay(int lookaheadSamples)
-{
-    const double c = std::exp(-10.0 / lookaheadSamples);
-    return 4.0 * c / (1.0 - c);
-}
-
-// Level of +-0.1 through the input high-pass at 44.1 kHz.
-const double quietLevel = 0.1 * nyquistGain(44100.0);
-}
-
-TEST(CLimiterDynamicsTest, LinkedChannelFollowsTheAttackLaw)
-{
-    // Left: +-0.1 for 1.2 s, then +-4. Right: +-0.1 throughout. Link 0.5
-    // hands the right channel the larger envelope, max(1, envL), where the
-    // left envelope, at the ceiling after 12 attack times of quiet, climbs as
-    //   envL = 4 - 3 exp(-t/attack)
-    // from the sample the detector first sees the step, L samples before it
-    // reaches the output; the smoothing sections trail it by 4c/(1-c).
-    const float fs = 44100.0f;
-    const float attack = 0.1f;
-    const int L = 88;
-    const int quiet = 52920;
-    const int frames = quiet + 10000 + latency;
-    Buffer in = alternating(frames, 0.1f, 0.1f);
-    fillAlternating(in[0], quiet, frames, 4.0f);
-    const Buffer out = limit(Settings().withAttack(attack).withRelease(1.0f).withLink(0.5f), in);
-
-    const int stepOut = quiet + latency;
-    for (int m : {2205, 4410, 8820})
-    {
-        const double t = (m + L + 1 - smoothingDelay(L)) / (fs * attack);
-        const double envelope = 4.0 - 3.0 * std::exp(-t);
-        // Detection lead and trail are known to a few samples: 0.3 %.
-        EXPECT_NEAR(std::fabs(out[1][stepOut + m]), quietLevel / envelope, 3e-3 * quietLevel / envelope)
-            << m << " samples after the step";
-        // The left channel is limited on its own sliding maximum at once.
-        EXPECT_NEAR(std::fabs(out[0][stepOut + m]), 1.0, 3e-4) << m << " samples after the step";
-    }
-}
-
-TEST(CLimiterDynamicsTest, GainRecoversWithTheReleaseLaw)
-{
-    // Left: +-4 for 1 s, then +-0.1; link 0. The sliding maximum lets go one
-    // sample after the last loud sample has left; from there the envelope
-    // falls as 1 + 3 exp(-t/release) and the smoothing trails it by 4c/(1-c).
-    const float fs = 44100.0f;
-    const float release = 0.1f;
-    const int L = 88;
-    const int loud = 44100;
-    const int frames = loud + 10000 + latency;
-    Buffer in = alternating(frames, 0.1f, 0.1f);
-    fillAlternating(in[0], 0, loud, 4.0f);
-    const Buffer out = limit(Settings().withAttack(0.0f).withRelease(release).withLink(0.0f), in);
-
-    const int lastLoudOut = loud - 1 + latency;
-    for (int m : {2205, 4410, 8820})
-    {
-        const double envelope = 1.0 + 3.0 * std::exp(-(m - smoothingDelay(L)) / (fs * release));
-        EXPECT_NEAR(std::fabs(out[0][lastLoudOut + m]), quietLevel / envelope, 3e-3 * quietLevel / envelope)
-            << m << " samples after";
-        EXPECT_NEAR(std::fabs(out[1][lastLoudOut + m]), quietLevel, 2e-4 * quietLevel) << "right channel, unlinked";
-    }
-}
-
-namespace
-{
-struct LinkCase
-{
-    float link;
-    double rightGain;
-};
-}
-
-TEST(CLimiterLinkTest, SettledGainsFollowBothHalvesOfTheLinkLaw)
-{
-    // Left alternates at +-4, right at +-0.1; attack 0, so each envelope is
-    // its sliding maximum. The right channel's level:
-    //   link <= 0.5: max(1, 2*link*4)        -> gains 1, 0.5, 0.25 at 0, 0.25, 0.5
-    //   link >  0.5: max(1, 2*(link-0.5)*4, 4) = 4, whatever the link.
-    const LinkCase cases[] = {{0.0f, 1.0}, {0.25f, 0.5}, {0.5f, 0.25}, {0.75f, 0.25}, {1.0f, 0.25}};
-    const int frames = latency + 6000;
-    const Buffer in = alternating(frames, 4.0f, 0.1f);
-    for (const LinkCase& c : cases)
-    {
-        const Buffer out = limit(Settings().withAttack(0.0f).withRelease(1.0f).withLink(c.link), in);
-        EXPECT_LT(worstRelativeDeviation(out[0], latency + 2000, frames, 1.0), 3e-4) << "link " << c.link;
-        EXPECT_LT(worstRelativeDeviation(out[1], latency + 2000, frames, quietLevel * c.rightGain), 3e-4)
-            << "link " << c.link;
-    }
-}
-
-TEST(CLimiterLinkTest, UpperHalfLinksTheSlidingMaximumLowerHalfOnlyTheEnvelope)
-{
-    // With a 1 s attack the left envelope is still below the ceiling 50 ms
-    // after the left channel jumps to +-4, while its sliding maximum is at 4
-    // at once. The lower half links envelopes only, so the right channel is
-    // untouched; the upper half links 2*(link-0.5) of the sliding maximum.
-    const LinkCase cases[] = {{0.25f, 1.0}, {0.5f, 1.0}, {0.75f, 0.5}, {1.0f, 0.25}};
-    const int quiet = 3000;
-    Buffer in = alternating(quiet + latency + 2500, 0.1f, 0.1f);
-    fillAlternating(in[0], quiet, quiet + latency + 2500, 4.0f);
-    const int stepOut = quiet + latency;
-    for (const LinkCase& c : cases)
-    {
-        const Buffer out = limit(Settings().withAttack(1.0f).withRelease(1.0f).withLink(c.link), in);
-        EXPECT_LT(worstRelativeDeviation(out[1], stepOut + 300, stepOut + 2000, quietLevel * c.rightGain), 3e-4)
-            << "link " << c.link;
-        EXPECT_LT(worstRelativeDeviation(out[0], stepOut + 300, stepOut + 2000, 1.0), 3e-4) << "link " << c.link;
-    }
-}
-
-// ---------------------------------------------------------------------------
-// Monitor, true peak and saturation
-// ---------------------------------------------------------------------------
-
-namespace
-{
-Buffer sine(double frequency, double amplitude, int frames)
-{
-    Buffer in = makeBuffer(2, frames);
-    for (int n = 0; n < frames; ++n)
-        in[0][n] = in[1][n] = static_cast<float>(amplitude * std::sin(2.0 * pi * frequency * n / 44100.0));
-    return in;
-}
-}
-
-TEST(CLimiterMonitorTest, MonitorPlaysAtUnityWhileTheGainGoesToDetection)
-{
-    // -30 dBFS with +20 dB: the detector sees -10 dBFS, below the ceiling, so
-    // no limiting; monitoring plays the signal as it came, otherwise it is
-    // 20 dB louder. The 1 Hz high-pass changes a 1 kHz peak by 0.1 % at most
-    // (its start-up offset) and the sampled peaks come within 3e-5 of it.
-    const double amplitude = std::pow(10.0, -1.5);
-    const int frames = latency + 44100;
-    const Buffer in = sine(1000.0, amplitude, frames);
-    for (bool monitor : {true, false})
-    {
-        const Buffer out = limit(Settings().withGain(20.0f).withMonitor(monitor), in);
-        const double expected = monitor ? amplitude : 10.0 * amplitude;
-        for (int ch = 0; ch < 2; ++ch)
-            EXPECT_NEAR(peak(out[ch], frames - 22050, frames), expected, 5e-3 * expected) << "monitor " << monitor;
-    }
-}
-
-TEST(CLimiterMonitorTest, MonitorIsTheLimitedOutputLevelMatched)
-{
-    // -10 dBFS with +20 dB is limited by about 10 dB. The gain is computed
-    // from the same gained signal either way; monitoring only leaves the
-    // input gain off the output, so it is the normal output divided by 10,
-    // up to rounding. The two runs round differently (one signal is ten
-    // times the other) and the 1 Hz high-pass keeps a state averaged over
-    // some 7000 samples, so its rounding (up to 1.5e-7 a sample here) adds
-    // up, like a random walk, to an offset of about sqrt(7000) x 1.5e-7 =
-    // 1.3e-5 of full scale between the runs: 1e-4 of full scale is allowed.
-    const int frames = latency + 22050;
-    const Buffer in = sine(1000.0, std::pow(10.0, -0.5), frames);
-    const Buffer limited = limit(Settings().withGain(20.0f), in);
-    const Buffer monitored = limit(Settings().withGain(20.0f).withMonitor(true), in);
-    for (int ch = 0; ch < 2; ++ch)
-    {
-        EXPECT_NEAR(peak(limited[ch], latency + 4410, frames), 1.0, 1e-3);
-        EXPECT_NEAR(peak(monitored[ch], latency + 4410, frames), 0.1, 1e-4);
-        for (int n = latency + 4410; n < frames; ++n)
-            ASSERT_NEAR(10.0 * monitored[ch][n], limited[ch][n], 1e-4) << "channel " << ch << ", sample " << n;
-    }
-}
-
-TEST(CLimiterTruePeakTest, SteadyPeaksAreLimitedOnTheLargestInterSampleEstimate)
-{
-    // 4 sin(pi n/2 + pi/4): samples +-2.83, true peak 4. On sample peaks the
-    // samples are brought to the ceiling; on true peaks the half-way filter
-    // reads 2a(0.58519703 + 0.08734027) for samples of a, so the samples
-    // come out at 1/1.3450746 = 0.74345 of the ceiling. The high-pass turns
-    // a quarter-rate tone by 7e-5 rad.
-    // +-4 alternating: the half-way points are 0, but the centre correction
-    // reads (1.028367 + 2 x 0.013404376) a = 1.055176 a, the largest of the
-    // five estimates, so true-peak mode leaves every sample at 1/1.055176.
-    const int frames = latency + 6000;
-    Buffer quarterRate = makeBuffer(2, frames);
-    for (int n = 0; n < frames; ++n)
-        quarterRate[0][n] = quarterRate[1][n] = static_cast<float>(4.0 * std::sin(pi / 2.0 * n + pi / 4.0));
-    struct Case
-    {
-        Buffer in;
-        double truePeakLevel;
-        bool everySample;
-    };
-    const Case cases[] = {{quarterRate, 1.0 / (2.0 * (0.58519703 + 0.08734027)), false},
-        {alternating(frames, 4.0f, 4.0f), 1.0 / 1.055176, true}};
-    for (const Case& c : cases)
-        for (bool truePeak : {false, true})
-        {
-            const Buffer out = limit(Settings().withTruePeak(truePeak), c.in);
-            const double expected = truePeak ? c.truePeakLevel : 1.0;
-            for (int ch = 0; ch < 2; ++ch)
-            {
-                const double deviation = c.everySample
-                    ? worstRelativeDeviation(out[ch], latency + 2000, frames, expected)
-                    : std::fabs(peak(out[ch], latency + 2000, frames) - expected) / expected;
-                EXPECT_LT(deviation, 3e-4) << "true peak " << truePeak << ", expected " << expected;
-            }
-        }
-}
-
-TEST(CLimiterSaturationTest, FramesThatWouldNotClipPassUntouched)
-{
-    // Saturation works only on frames whose gained peak passes the clip
-    // level; below it a frame is copied exactly as with saturation off.
-    Buffer in = loudMix(44100.0f, 30000, 5);
-    const float scale = 0.9f / std::max(peak(in[0], 0, 30000), peak(in[1], 0, 30000));
-    for (auto& channel : in)
-        for (float& x : channel)
-            x *= scale;
-    std::optional<std::vector<float>> runs[2];
-    for (int i = 0; i < 2; ++i)
-    {
-        runs[i] = runIsolated([&] {
-            SetUpLimiter limiter(Settings().withSaturation(i == 0 ? 0.0f : 1.0f));
-            std::vector<float> result = flatten(render(limiter, in, 512));
-            result.push_back(limiter.getSaturationGain(0));
-            result.push_back(limiter.getSaturationGain(1));
-            return result;
-        });
-        ASSERT_TRUE(runs[i].has_value());
-        EXPECT_EQ(runs[i]->end()[-2], 1.0f);
-        EXPECT_EQ(runs[i]->end()[-1], 1.0f);
-    }
-    EXPECT_EQ(firstDifference(*runs[0], *runs[1]), -1);
-}
-
-TEST(CLimiterSaturationTest, ClippingFramesAreSaturatedAndMetered)
-{
-    // The meter reads 1 - (residual level / frame level), floored at 0.5; it
-    // holds the lowest frame. More saturation mixes in more residual, frame
-    // by frame, so the reading can only go down.
-    const Buffer in = loudMix(44100.0f, 40000, 9);
-    Buffer outputs[3];
-    float reading[3][2];
-    const float amounts[3] = {0.0f, 0.3f, 1.0f};
-    for (int i = 0; i < 3; ++i)
-    {
-        SetUpLimiter limiter(Settings().withGain(6.0f).withSaturation(amounts[i]));
-        outputs[i] = render(limiter, in, 512);
-        for (int ch = 0; ch < 2; ++ch)
-            reading[i][ch] = limiter.getSaturationGain(ch);
-    }
-    for (int ch = 0; ch < 2; ++ch)
-    {
-        EXPECT_EQ(reading[0][ch], 1.0f);
-        EXPECT_LT(reading[1][ch], 1.0f);
-        EXPECT_LE(reading[2][ch], reading[1][ch]);
-        EXPECT_GE(reading[2][ch], 0.5f);
-        // The saturated signal is audibly different, not a rounding away.
-        double difference = 0.0;
-        for (size_t n = 0; n < outputs[0][ch].size(); ++n)
-            difference = std::max(difference, std::fabs(static_cast<double>(outputs[2][ch][n]) - outputs[0][ch][n]));
-        EXPECT_GT(difference, 1e-3) << "channel " << ch;
-    }
-}
-
-TEST(CLimiterSaturationTest, SaturationFollowsTheFrameShapeNotTheInputGain)
-{
-    // A clipping frame is scaled by k = 2*gain/p = 2/(frame peak) before the
-    // soft clipper, and its band weights are capped by p - clip, which stays
-    // out of play while every frame passes the clip level by 1 or more. Then
-    // nothing in the stage depends on the input gain: +20 and +26 dB give
-    // the same saturation reading, up to the rounding of k (1e-7).
-    const int frames = 20 * 512;
-    Buffer in = makeBuffer(2, frames);
-    TestNoise noise(23);
-    for (int ch = 0; ch < 2; ++ch)
-        for (int n = 0; n < frames; ++n)
-            in[ch][n] = static_cast<float>(0.8 * std::sin(2.0 * pi * 55.0 * n / 44100.0 + ch)
-                + 0.5 * std::sin(2.0 * pi * 441.0 * n / 44100.0) + 0.2 * noise.next());
-    // Every frame holds a whole hop of 512 samples peaking at 0.25 or more,
-    // so at +20 dB every frame peaks at 2.5 or more against a clip level of 1.
-    for (int ch = 0; ch < 2; ++ch)
-        for (int hop = 0; hop < frames; hop += 512)
-            ASSERT_GE(peak(in[ch], hop, hop + 512), 0.25f);
-
-    float reading[2][2];
-    const float gains[2] = {20.0f, 26.0f};
-    for (int i = 0; i < 2; ++i)
-    {
-        SetUpLimiter limiter(Settings().withGain(gains[i]).withSaturation(0.5f));
-        render(limiter, in, 512);
-        for (int ch = 0; ch < 2; ++ch)
-            reading[i][ch] = limiter.getSaturationGain(ch);
-    }
-    for (int ch = 0; ch < 2; ++ch)
-    {
-        EXPECT_LT(reading[0][ch], 1.0f) << "channel " << ch;
-        EXPECT_NEAR(reading[1][ch], reading[0][ch], 1e-5) << "channel " << ch;
-    }
-}
-
-// ---------------------------------------------------------------------------
-// Clearing, invariance and bad input
-// ---------------------------------------------------------------------------
-
-TEST(CLimiterClearTest, FlushesDelaysEnvelopesAndMeters)
-{
-    SetUpLimiter limiter(
-        Settings().withGain(12.0f).withAttack(0.0f).withRelease(1.0f).withTruePeak(true).withSaturation(0.5f));
-    render(limiter, loudMix(44100.0f, 20000, 3), 512);
-    ASSERT_LT(limiter.getGainReduction(0), 0.5f);
-    ASSERT_GT(limiter.getOutputPeak(0), 0.5f);
-
-    limiter.clear();
-    // Rest values: level meters at their floor of 1e-8 (doubled on the AES17
-    // scale), gain meters at 1.
-    for (int ch = 0; ch < 2; ++ch)
-    {
-        EXPECT_EQ(limiter.getOutputPeak(ch), 1e-8f) << "channel " << ch;
-        EXPECT_EQ(limiter.getRmsLevel(ch), 2.0f * 1e-8f) << "channel " << ch;
-        EXPECT_EQ(limiter.getGainReduction(ch), 1.0f) << "channel " << ch;
-        EXPECT_EQ(limiter.getSaturationGain(ch), 1.0f) << "channel " << ch;
-    }
-
-    // Silence, then a +-0.1 probe at 0 dB: nothing of the loud audio may come
-    // out of the frames or the delay line, and an envelope left over from it
-    // (1 s release) would still pull the probe down.
-    limiter.setInputGain(0.0f);
-    const int silence = 3000;
-    const int frames = silence + latency + 3000;
-    Buffer in = alternating(frames, 0.1f, 0.1f);
-    std::fill_n(in[0].begin(), silence, 0.0f);
-    std::fill_n(in[1].begin(), silence, 0.0f);
-    const Buffer out = render(limiter, in, 512);
-    for (int ch = 0; ch < 2; ++ch)
-    {
-        for (int n = 0; n < silence + latency; ++n)
-            ASSERT_LE(std::fabs(out[ch][n]), noiseBound) << "channel " << ch << ", sample " << n;
-        EXPECT_LT(worstRelativeDeviation(out[ch], silence + latency + 10, frames, quietLevel), 2e-4) << "channel " << ch;
-        EXPECT_EQ(limiter.getGainReduction(ch), 1.0f) << "channel " << ch;
-    }
-}
-
-TEST(CLimiterInvarianceTest, BlockSizeAndInPlaceProcessingGiveTheSameBits)
-{
-    // Every run starts from the same generator state (runIsolated), so the
-    // dither and the anti-denormal noise are part of the comparison: the
-    // output must not depend on how the host cuts the audio into blocks or
-    // whether it hands the same arrays in and out.
-    const Settings dithered = Settings().withGain(9.0f).withAttack(0.01f).withRelease(0.2f).withLookahead(0.0013f)
-                                  .withTruePeak(true).withCeiling(-0.3f).withLink(0.7f).withSaturation(0.6f)
-                                  .withBits(16).withShaping(0.7f);
-    const Settings monitored = Settings().withRate(96000.0f).withGain(14.0f).withAttack(0.0f).withRelease(1.0f)
-                                   .withLookahead(0.0f).withCeiling(-6.0f).withLink(0.2f).withMonitor(true)
-                                   .withSaturation(1.0f);
-    const std::pair<int, bool> runs[] = {{1, false}, {7, false}, {4096, false}, {1, true}, {7, true}, {512, true},
-        {4096, true}};
-    const int frames = 20000;
-
-    for (const Settings& s : {dithered, monitored})
-    {
-        const Buffer in = loudMix(s.sampleRate, frames, 21);
-        auto job = [&](int blockSize, bool inPlace) {
-            return [&, blockSize, inPlace] {
-                SetUpLimiter limiter(s);
-                std::vector<float> result = flatten(render(limiter, in, blockSize, inPlace));
-                for (int ch = 0; ch < 2; ++ch)
-                    result.insert(result.end(), {limiter.getOutputPeak(ch), limiter.getRmsLevel(ch),
-                                                    limiter.getGainReduction(ch), limiter.getSaturationGain(ch)});
-                return result;
-            };
-        };
-        const auto reference = runIsolated(job(512, false));
-        ASSERT_TRUE(reference.has_value()) << describe(s);
-        for (const auto& [blockSize, inPlace] : runs)
-        {
-            const auto result = runIsolated(job(blockSize, inPlace));
-            ASSERT_TRUE(result.has_value());
-            const long first = firstDifference(*reference, *result);
-            EXPECT_EQ(first, -1) << describe(s) << "; blocks of " << blockSize << (inPlace ? " in place" : "")
-                                 << ": first difference at channel " << first / frames << ", sample " << first % frames;
-        }
-    }
-}
-
-TEST(CLimiterGarbageInputTest, NonFiniteAndHugeSamplesActAsSilence)
-{
-    // Garbage is replaced by 0 where it enters, so a run with a burst of it
-    // is the same computation as a run with zeros there: identical bits
-    // throughout (same generator state in both), dither and all.
-    const Settings s = Settings().withGain(6.0f).withTruePeak(true).withCeiling(-1.0f).withLink(0.5f)
-                           .withSaturation(0.7f).withBits(24).withShaping(0.5f);
-    const int frames = 30000;
-    Buffer zeroed = loudMix(44100.0f, frames, 13);
-    Buffer garbage = zeroed;
-    const float nan = std::numeric_limits<float>::quiet_NaN();
-    const float inf = std::numeric_limits<float>::infinity();
-    const float bad[] = {nan, inf, -inf, 1e6f, -2000.0f, 1000.0001f, FLT_MAX, -FLT_MAX, -nan,
-        std::numeric_limits<float>::signaling_NaN(), 3e38f, -1001.0f};
-    const int start[2] = {9000, 9100};
-    for (int ch = 0; ch < 2; ++ch)
-        for (int n = start[ch]; n < start[ch] + 300; ++n)
-        {
-            zeroed[ch][n] = 0.0f;
-            garbage[ch][n] = bad[(n + ch) % 12];
-        }
-
-    const auto reference = renderIsolated(s, zeroed);
-    const auto burst = renderIsolated(s, garbage);
-    ASSERT_TRUE(reference && burst);
-    const float clip = static_cast<float>(expectedClipLevel(s.ceilingDb, s.bits) + clipLevelTolerance(s.bits));
-    for (int ch = 0; ch < 2; ++ch)
-    {
-        for (int n = 0; n < frames; ++n)
-        {
-            ASSERT_TRUE(std::isfinite((*burst)[ch][n])) << "channel " << ch << ", sample " << n;
-            ASSERT_LE(std::fabs((*burst)[ch][n]), clip) << "channel " << ch << ", sample " << n;
-        }
-        EXPECT_EQ(firstDifference((*reference)[ch], (*burst)[ch]), -1) << "channel " << ch;
-    }
-}
-
-TEST(CLimiterGarbageInputTest, ThousandIsTheLargestRealSample)
-{
-    // +-1000 is still audio (a huge click that drives the limiter); the next
-    // float beyond it is garbage and acts exactly like 0.
-    Buffer base = noise(latency + 3000, 0.3f, 17);
-    base[0][1000] = base[1][1000] = 0.0f;
-    Buffer edge = base;
-    edge[0][1000] = 1000.0f;
-    edge[1][1000] = -1000.0f;
-    Buffer beyond = base;
-    beyond[0][1000] = std::nextafter(1000.0f, 2000.0f);
-    beyond[1][1000] = -std::nextafter(1000.0f, 2000.0f);
-
-    const auto zero = renderIsolated(Settings(), base);
-    const auto atEdge = renderIsolated(Settings(), edge);
-    const auto pastEdge = renderIsolated(Settings(), beyond);
-    ASSERT_TRUE(zero && atEdge && pastEdge);
-    for (int ch = 0; ch < 2; ++ch)
-    {
-        EXPECT_EQ(firstDifference((*zero)[ch], (*pastEdge)[ch]), -1) << "channel " << ch;
-        // The click is limited to the ceiling at its own output sample.
-        EXPECT_NEAR(std::fabs((*atEdge)[ch][1000 + latency]), 1.0, 0.01) << "channel " << ch;
-    }
-}
-
-// ---------------------------------------------------------------------------
-// Meters
-// ---------------------------------------------------------------------------
-
-TEST(CLimiterMetersTest, ChannelsOutsideTheLimiterReadNeutral)
-{
-    const Settings s = Settings().withGain(12.0f).withSaturation(1.0f);
-    SetUpLimiter stereo(s);
-    const Buffer mix = loudMix(44100.0f, 20000, 4);
-    render(stereo, mix, 512);
-    for (int ch : {-1, 2, 100, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()})
-    {
-        EXPECT_EQ(stereo.getRmsLevel(ch), 0.0f) << ch;
-        EXPECT_EQ(stereo.getOutputPeak(ch), 0.0f) << ch;
-        EXPECT_EQ(stereo.getGainReduction(ch), 1.0f) << ch;
-        EXPECT_EQ(stereo.getSaturationGain(ch), 1.0f) << ch;
-    }
-    // The real channels are anything but neutral after this.
-    for (int ch = 0; ch < 2; ++ch)
-    {
-        EXPECT_GT(stereo.getRmsLevel(ch), 0.01f) << ch;
-        EXPECT_GT(stereo.getOutputPeak(ch), 0.5f) << ch;
-        EXPECT_LT(stereo.getGainReduction(ch), 0.5f) << ch;
-        EXPECT_LT(stereo.getSaturationGain(ch), 1.0f) << ch;
-    }
-
-    SetUpLimiter mono(s, 1);
-    render(mono, Buffer{mix[0]}, 512);
-    EXPECT_GT(mono.getOutputPeak(0), 0.5f);
-    EXPECT_EQ(mono.getOutputPeak(1), 0.0f);
-    EXPECT_EQ(mono.getRmsLevel(1), 0.0f);
-    EXPECT_EQ(mono.getGainReduction(1), 1.0f);
-    EXPECT_EQ(mono.getSaturationGain(1), 1.0f);
-}
-
-TEST(CLimiterMetersTest, OutputPeakIsTheLargestSampleThatLeft)
-{
-    // The meter holds its largest value until it is read, so unread it is
-    // the largest |output| seen: exactly, since both are the same floats.
-    for (int bits : {0, 16})
-    {
-        SetUpLimiter limiter(Settings().withGain(12.0f).withCeiling(-0.1f).withSaturation(0.5f).withBits(bits));
-        const Buffer out = render(limiter, loudMix(44100.0f, 30000, 6), 512);
-        for (int ch = 0; ch < 2; ++ch)
-            EXPECT_EQ(limiter.getOutputPeak(ch), peak(out[ch], 0, 30000)) << bits << " bits, channel " << ch;
-    }
-
-    // Once read, the reading falls by e in 1 s of audio (here 0.1 s of output
-    // far below it), one step of exp(-1/fs) per sample. That factor is kept
-    // as a float on a grid of 2^-24 just below 1, and whatever it lost there
-    // compounds over the N = 4410 steps: up to N x 2^-24 = 2.6e-4.
-    SetUpLimiter limiter{Settings()};
-    Buffer in = alternating(20000 + latency, 0.001f, 0.001f);
-    fillAlternating(in[0], 0, 20000, 0.8f);
-    fillAlternating(in[1], 0, 20000, 0.6f);
-    const Buffer out = render(limiter, in, 512);
-    const Buffer quiet = alternating(4410, 0.001f, 0.001f);
-    for (int ch = 0; ch < 2; ++ch)
-    {
-        const float held = limiter.getOutputPeak(ch);
-        EXPECT_EQ(held, peak(out[ch], 0, 20000 + latency)) << "channel " << ch;
-        render(limiter, quiet, 512);
-        EXPECT_NEAR(limiter.getOutputPeak(ch), held * std::exp(-0.1), 4410 * std::ldexp(held, -24)) << "channel " << ch;
-    }
-}
-
-TEST(CLimiterMetersTest, GainReductionHoldsTheDeepestGainUntilRead)
-{
-    // Left +-2 against a ceiling of 1: gain 0.5. Right +-0.1, unlinked: gain
-    // exactly 1. Release 0 lets the gain return to 1 once the loud part is
-    // over, up to the float steps that each smoothing section can stay above
-    // a level it settles on (s + (v - s)(1-c) stops moving once the step is
-    // under half a float step: 4 steps per section at c = 0.89, 16 x 1.2e-7
-    // for the four). The meter keeps 0.5 until read, then climbs by e every
-    // 0.5 s up to the gain.
-    const Buffer quiet = alternating(44100, 0.1f, 0.1f);
-    SetUpLimiter limiter(Settings().withRelease(0.0f).withLink(0.0f));
-    render(limiter, alternating(latency + 10000, 2.0f, 0.1f), 512);
-    render(limiter, quiet, 512);
-    EXPECT_NEAR(limiter.getGainReduction(0), 0.5, 5e-4);
-    EXPECT_EQ(limiter.getGainReduction(1), 1.0f);
-    // 0.1 s of climbing at exp(1/(0.5 fs)) a sample, a factor kept on a
-    // grid of 2^-23 just above 1: up to 4410 x 2^-23 = 5.3e-4 compounded.
-    const float held = limiter.getGainReduction(0);
-    render(limiter, alternating(4410, 0.1f, 0.1f), 512);
-    EXPECT_NEAR(limiter.getGainReduction(0), held * std::exp(0.2), 4410 * std::ldexp(held, -23));
-    render(limiter, quiet, 512);
-    EXPECT_NEAR(limiter.getGainReduction(0), 1.0, 2e-6);
-}
-
-TEST(CLimiterMetersTest, RmsMeterReadsTheMeanSquareDoubledOnTheAes17Scale)
-{
-    // A sine of amplitude 0.5 has a mean square of 0.125; the 2.44 Hz
-    // smoother leaves a ripple of 2.44/(2 x 997) = 0.12 % on it, which the
-    // held peak of the meter keeps. The AES17 reading is twice that, so that
-    // a full-scale sine would read 1 (0 dB).
-    const Buffer in = sine(997.0, 0.5, latency + 66150);
-    float reading[2][2];
-    for (bool aes17 : {false, true})
-    {
-        SetUpLimiter limiter(Settings().withAes17(aes17));
-        render(limiter, in, 512);
-        for (int ch = 0; ch < 2; ++ch)
-            reading[aes17][ch] = limiter.getRmsLevel(ch);
-    }
-    for (int ch = 0; ch < 2; ++ch)
-    {
-        EXPECT_NEAR(reading[0][ch], 0.125, 0.125 * 3e-3) << "channel " << ch;
-        EXPECT_NEAR(reading[1][ch], 0.25, 0.25 * 3e-3) << "channel " << ch;
-        EXPECT_NEAR(reading[1][ch] / reading[0][ch], 2.0, 1e-5) << "channel " << ch;
-    }
-}
-
-TEST(CLimiterMetersTest, SaturationMeterMovesOncePerHop)
-{
-    // The saturation meter gets one value per hop of 512 samples, with a
-    // time constant of 0.5 s of audio. Once read, each hop of frames that
-    // do not clip (value 1) lifts it by exp(512/(0.5 fs)) until it meets 1.
-    SetUpLimiter limiter(Settings().withSaturation(1.0f));
-    render(limiter, loudMix(44100.0f, 8192, 27), 512);
-    // Two hops of quiet first: no frame holds loud input any more.
-    render(limiter, alternating(1024, 0.1f, 0.1f), 512);
-    float held[2];
-    for (int ch = 0; ch < 2; ++ch)
-    {
-        held[ch] = limiter.getSaturationGain(ch);
-        ASSERT_LT(held[ch], 0.8f) << "channel " << ch;
-    }
-    render(limiter, alternating(9 * 512, 0.1f, 0.1f), 100);
-    for (int ch = 0; ch < 2; ++ch)
-        EXPECT_NEAR(limiter.getSaturationGain(ch), held[ch] * std::exp(9.0 * 512.0 / 22050.0), 1e-5) << "channel " << ch;
-}
-
-// ---------------------------------------------------------------------------
-// Real-time behaviour and threads
-// ---------------------------------------------------------------------------
-
-TEST(CLimiterRealtimeTest, ProcessNeverAllocates)
-{
-    // Everything is built at construction; the per-frame saturation, the
-    // masking model and settings applied at the start of a block must reuse
-    // it.
-    SetUpLimiter limiter(
-        Settings().withGain(12.0f).withTruePeak(true).withSaturation(1.0f).withBits(16).withShaping(1.0f));
-    const Buffer in = loudMix(44100.0f, 65536, 8);
-    Buffer out = makeBuffer(2, 65536);
-    auto block = [&](int pos, int count) {
-        const float* inputs[2] = {in[0].data() + pos, in[1].data() + pos};
-        float* outputs[2] = {out[0].data() + pos, out[1].data() + pos};
-        const long before = allocationCount.load();
-        limiter.process(inputs, outputs, count);
-        return allocationCount.load() - before;
-    };
-    block(0, 4096);
-
-    long during = 0;
-    int changes = 0;
-    for (int pos = 4096; pos + 700 <= 65536; pos += 700, ++changes)
-    {
-        switch (changes % 8)
-        {
-        case 0: limiter.setCeiling(changes % 16 ? -3.0f : -0.1f); break;
-        case 1: limiter.setNumBits(static_cast<int8_t>(8 * (changes / 8 % 4))); break;
-        case 2: limiter.setShaping(0.1f * (changes % 10)); break;
-        case 3: limiter.setLookahead(0.0005f * (changes % 7)); break;
-        case 4: limiter.setTruePeak(changes % 3 == 0); break;
-        case 5: limiter.setAttack(0.01f * (changes % 5)); limiter.setRelease(0.1f * (changes % 4)); break;
-        case 6: limiter.setSaturation(0.25f * (changes % 5)); limiter.setLink(0.2f * (changes % 6)); break;
-        default: limiter.setMonitor(changes % 3 == 0); limiter.setInputGain(static_cast<float>(changes % 20)); break;
-        }
-        during += block(pos, 700);
-        limiter.getRmsLevel(0);
-        limiter.getOutputPeak(1);
-        limiter.getGainReduction(0);
-        limiter.getSaturationGain(1);
-    }
-    EXPECT_EQ(during, 0) << "allocations inside process()";
-}
-
-#if defined(__x86_64__) || defined(__i386__)
-TEST(CLimiterRealtimeTest, RestoresTheCallersFloatingPointControlWord)
-{
-    // Flush-to-zero and denormals-are-zero hold only inside process(): the
-    // caller's rounding mode, exception masks and flush bits come back as
-    // they were. The six low bits are sticky exception flags that any
-    // arithmetic may raise.
-    const unsigned int flags = 0x3F;
-    const unsigned int saved = _mm_getcsr();
-    const unsigned int states[] = {
-        0x1F80,                  // the default: round to nearest, no flushing
-        0x1F80 | 0x8040,         // flushing already on
-        0x1F80 | 0x2000,         // round down
-        0x1F80 | 0x6000 | 0x40,  // round toward zero, denormals-are-zero only
-    };
-    SetUpLimiter limiter(Settings().withSaturation(0.5f).withGain(12.0f));
-    const Buffer in = loudMix(44100.0f, 2048, 12);
-    Buffer out = makeBuffer(2, 2048);
-    const float* inputs[2] = {in[0].data(), in[1].data()};
-    float* outputs[2] = {out[0].data(), out[1].data()};
-    for (unsigned int state : states)
-    {
-        _mm_setcsr(state);
-        limiter.process(inputs, outputs, 2048);
-        const unsigned int after = _mm_getcsr();
-        _mm_setcsr(saved);
-        EXPECT_EQ(after & ~flags, state & ~flags) << std::hex << "before 0x" << state << ", after 0x" << after;
-    }
-}
-#endif
-
-TEST(CLimiterThreadsTest, SettingsChangeWhileAudioRuns)
-{
-    // A user-interface thread turns every knob at random and reads the
-    // meters while the audio thread processes. Whatever it catches, the
-    // audio stays finite and within the highest clip level in use (ceilings
-    // up to 0 dB: 1.0). Meant to run under ThreadSanitizer as well.
-    CLimiter limiter(2);
-    const Buffer in = loudMix(44100.0f, 65536, 31);
-    Buffer out = makeBuffer(2, 256);
-    std::atomic<bool> audioDone{false};
-    std::atomic<bool> started{false};
-    std::atomic<long> changes{0};
-
-    std::thread ui([&] {
-        std::mt19937 random(1234);
-        std::uniform_real_distribution<float> unit(0.0f, 1.0f);
-        started = true;
-        while (!audioDone.load())
-        {
-            switch (random() % 16)
-            {
-            case 0: limiter.setInputGain(20.0f * unit(random)); break;
-            case 1: limiter.setAttack(unit(random)); break;
-            case 2: limiter.setRelease(unit(random)); break;
-            case 3: limiter.setLookahead(0.003f * unit(random)); break;
-            case 4: limiter.setTruePeak(random() % 2 == 0); break;
-            case 5: limiter.setMonitor(random() % 2 == 0); break;
-            case 6: limiter.setCeiling(-10.0f * unit(random)); break;
-            case 7: limiter.setLink(unit(random)); break;
-            case 8: limiter.setAES17(random() % 2 == 0); break;
-            case 9: limiter.setSaturation(unit(random)); break;
-            case 10: limiter.setNumBits(static_cast<int8_t>(8 * (random() % 4))); break;
-            case 11: limiter.setShaping(unit(random)); break;
-            default:
-                limiter.getRmsLevel(static_cast<int>(random() % 3));
-                limiter.getOutputPeak(static_cast<int>(random() % 3));
-                limiter.getGainReduction(static_cast<int>(random() % 3));
-                limiter.getSaturationGain(static_cast<int>(random() % 3));
-                limiter.getClipLevel();
-                limiter.getLookaheadSamples();
-                break;
-            }
-            changes.fetch_add(1);
-            std::this_thread::yield();
-        }
-    });
-    while (!started.load())
-        std::this_thread::yield();
-
-    float* outputs[2] = {out[0].data(), out[1].data()};
-    long blocks = 0;
-    std::string failure;
-    // Runs until the settings thread has made its changes, however the
-    // scheduler shares the cores; the cap only guards against a dead thread.
-    for (int pos = 0; failure.empty() && (blocks < 400 || changes.load() < 2000) && blocks < 2000000; ++blocks)
-    {
-        pos = (pos + 256) % (65536 - 256);
-        const float* inputs[2] = {in[0].data() + pos, in[1].data() + pos};
-        limiter.process(inputs, outputs, 256);
-        std::this_thread::yield();
-        for (int ch = 0; ch < 2 && failure.empty(); ++ch)
-            for (int n = 0; n < 256 && failure.empty(); ++n)
-                if (!std::isfinite(out[ch][n]) || std::fabs(out[ch][n]) > 1.0f)
-                    failure = "block " + std::to_string(blocks) + ", channel " + std::to_string(ch) + ", sample "
-                        + std::to_string(n) + ": " + std::to_string(out[ch][n]);
-    }
-    audioDone = true;
-    ui.join();
-    EXPECT_TRUE(failure.empty()) << failure;
-    EXPECT_GE(changes.load(), 2000);
-}
-
-TEST(CLimiterSettingsTest, WordLengthsAndLookaheadsBeyondTheirRangesStayDefined)
-{
-    // A 40-bit grid is finer than a float's: the ceiling stays as it is. A
-    // look-ahead of 1e30 s is capped at the longest the delay line holds.
-    CLimiter limiter(2);
-    limiter.setCeiling(0.0f);
-    limiter.setNumBits(40);
-    limiter.setLookahead(1e30f);
-    EXPECT_EQ(limiter.getClipLevel(), 1.0f);
-    EXPECT_EQ(limiter.getLookaheadSamples(), 507);
+    // click of 5 is seen at the same output sample. A click of 20 is seen one
+    // sample earlier still, as the newest input of the quarter-point filter
+    // (-0.106 x 20 = -2.1, beyond the ceiling).
+    const Settings truePeak = Settings().withTruePeak(true).withLink(0.0f);
+    EXPECT_EQ(firstAffectedSample(truePeak, 5.0f, clickAt, latency + 3000), clickAt + latency - 88);
+    EXPECT_EQ(firstAffectedSample(truePeak, 20.0f, clickAt, latency + 3000), clickAt + latency - 89);
 }

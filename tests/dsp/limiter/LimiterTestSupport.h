@@ -1,15 +1,11 @@
 #pragma once
 
+#include "blocks/RandomGenerator.h"
 #include "limiter/CLimiter.h"
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <cstdint>
-#include <string>
 #include <vector>
 
 // Signals, settings and a block-wise renderer shared by the limiter's tests.
@@ -130,12 +126,62 @@ inline Buffer limit(const Settings& s, const Buffer& in)
     return render(limiter, in, 512);
 }
 
-inline std::vector<float> flatten(const Buffer& buffer)
+// Both program-wide generator states as a process starts with them, so
+// that two renders draw the same noise and dither.
+inline void restartGenerators()
 {
-    std::vector<float> all;
-    for (const auto& channel : buffer)
-        all.insert(all.end(), channel.begin(), channel.end());
-    return all;
+    randState.store(0);
+    noiseSeed.store(0);
+}
+
+const double pi = 3.14159265358979323846;
+
+// Silence becomes +-1e-8 noise ahead of the 1 Hz high-pass, whose output is
+// p*(noise - state), state being a weighted average of earlier noise
+// (|state| <= 1e-8): the output of silence is at most 2e-8 in magnitude.
+const float noiseBound = 2.01e-8f;
+
+// Pole of the 1 Hz input high-pass: exp(-2 atan(pi/fs)).
+inline double highPassPole(double fs)
+{
+    return std::exp(-2.0 * std::atan(pi / fs));
+}
+
+// Gain of that high-pass for samples alternating in sign: 2p/(1+p), within
+// 1.5e-4 of 1 at every supported rate.
+inline double nyquistGain(double fs)
+{
+    const double p = highPassPole(fs);
+    return 2.0 * p / (1.0 + p);
+}
+
+// Level of +-0.1 through the input high-pass at 44.1 kHz.
+const double quietLevel = 0.1 * nyquistGain(44100.0);
+
+// Largest relative deviation of |channel[n]| from expected over [from, to).
+inline double worstRelativeDeviation(const std::vector<float>& channel, int from, int to, double expected)
+{
+    double worst = 0.0;
+    for (int n = from; n < to; ++n)
+        worst = std::max(worst, std::fabs(std::fabs(channel[n]) - expected) / expected);
+    return worst;
+}
+
+// Renders from the generator states a process starts with, so that two
+// renders are comparable bit for bit, noise and dither included.
+inline Buffer renderFromStart(const Settings& settings, const Buffer& in)
+{
+    restartGenerators();
+    return limit(settings, in);
+}
+
+// The same sine in both channels, at 44.1 kHz.
+inline Buffer sine(double frequency, double amplitude, int frames)
+{
+    Buffer in = makeBuffer(2, frames);
+    for (int n = 0; n < frames; ++n)
+        in[0][n] = in[1][n] = static_cast<float>(amplitude * std::sin(2.0 * pi * frequency * n / 44100.0));
+    return in;
 }
 
 // A loud stereo mix that keeps the limiter busy: a bass line, mid and high
@@ -228,32 +274,5 @@ inline float peak(const std::vector<float>& channel, int from, int to)
     for (int n = from; n < to; ++n)
         m = std::max(m, std::fabs(channel[n]));
     return m;
-}
-
-// What a child process writes into fd until it closes it; closes fd.
-inline std::string readToEnd(int fd)
-{
-    std::string bytes;
-    char chunk[1 << 16];
-    for (;;)
-    {
-        const ssize_t got = read(fd, chunk, sizeof chunk);
-        if (got > 0)
-            bytes.append(chunk, static_cast<size_t>(got));
-        else if (got == 0 || errno != EINTR)
-            break;
-    }
-    close(fd);
-    return bytes;
-}
-
-// Waits for the child: its exit code, or -1 if it did not exit normally.
-inline int exitCodeOf(pid_t child)
-{
-    int status = 0;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR)
-    {
-    }
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 }

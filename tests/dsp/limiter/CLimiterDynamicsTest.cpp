@@ -1,0 +1,219 @@
+#include "limiter/CLimiter.h"
+#include "limiter/LimiterTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+using namespace limiter_test;
+
+// The dynamics against their laws: attack, release, the stereo link,
+// monitoring, true-peak detection and the spectral saturation.
+
+// ---------------------------------------------------------------------------
+// Attack, release and the stereo link
+// ---------------------------------------------------------------------------
+
+namespace
+{
+// Group delay, in samples, of the four one-pole smoothing sections for a
+// slowly moving level: 4c/(1-c) with c = exp(-10/L).
+double smoothingDelay(int lookaheadSamples)
+{
+    const double c = std::exp(-10.0 / lookaheadSamples);
+    return 4.0 * c / (1.0 - c);
+}
+}
+
+TEST(CLimiterDynamicsTest, LinkedChannelFollowsTheAttackLaw)
+{
+    // Left: +-0.1 for 1.2 s, then +-4. Right: +-0.1 throughout. Link 0.5
+    // hands the right channel the larger envelope, max(1, envL), where the
+    // left envelope, at the ceiling after 12 attack times of quiet, climbs as
+    //   envL = 4 - 3 exp(-t/attack)
+    // from the sample the detector first sees the step, L samples before it
+    // reaches the output; the smoothing sections trail it by 4c/(1-c).
+    const float fs = 44100.0f;
+    const float attack = 0.1f;
+    const int L = 88;
+    const int quiet = 52920;
+    const int frames = quiet + 10000 + latency;
+    Buffer in = alternating(frames, 0.1f, 0.1f);
+    fillAlternating(in[0], quiet, frames, 4.0f);
+    const Buffer out = limit(Settings().withAttack(attack).withRelease(1.0f).withLink(0.5f), in);
+
+    const int stepOut = quiet + latency;
+    for (int m : {2205, 4410, 8820})
+    {
+        const double t = (m + L + 1 - smoothingDelay(L)) / (fs * attack);
+        const double envelope = 4.0 - 3.0 * std::exp(-t);
+        // Detection lead and trail are known to a few samples: 0.3 %.
+        EXPECT_NEAR(std::fabs(out[1][stepOut + m]), quietLevel / envelope, 3e-3 * quietLevel / envelope)
+            << m << " samples after the step";
+        // The left channel is limited on its own sliding maximum at once.
+        EXPECT_NEAR(std::fabs(out[0][stepOut + m]), 1.0, 3e-4) << m << " samples after the step";
+    }
+}
+
+TEST(CLimiterDynamicsTest, GainRecoversWithTheReleaseLaw)
+{
+    // Left: +-4 for 1 s, then +-0.1; link 0. The sliding maximum lets go one
+    // sample after the last loud sample has left; from there the envelope
+    // falls as 1 + 3 exp(-t/release) and the smoothing trails it by 4c/(1-c).
+    const float fs = 44100.0f;
+    const float release = 0.1f;
+    const int L = 88;
+    const int loud = 44100;
+    const int frames = loud + 10000 + latency;
+    Buffer in = alternating(frames, 0.1f, 0.1f);
+    fillAlternating(in[0], 0, loud, 4.0f);
+    const Buffer out = limit(Settings().withAttack(0.0f).withRelease(release).withLink(0.0f), in);
+
+    const int lastLoudOut = loud - 1 + latency;
+    for (int m : {2205, 4410, 8820})
+    {
+        const double envelope = 1.0 + 3.0 * std::exp(-(m - smoothingDelay(L)) / (fs * release));
+        EXPECT_NEAR(std::fabs(out[0][lastLoudOut + m]), quietLevel / envelope, 3e-3 * quietLevel / envelope)
+            << m << " samples after";
+        EXPECT_NEAR(std::fabs(out[1][lastLoudOut + m]), quietLevel, 2e-4 * quietLevel) << "right channel, unlinked";
+    }
+}
+
+namespace
+{
+struct LinkCase
+{
+    float link;
+    double rightGain;
+};
+}
+
+TEST(CLimiterLinkTest, SettledGainsFollowBothHalvesOfTheLinkLaw)
+{
+    // Left alternates at +-4, right at +-0.1; attack 0, so each envelope is
+    // its sliding maximum. The right channel's level:
+    //   link <= 0.5: max(1, 2*link*4)        -> gains 1, 0.5, 0.25 at 0, 0.25, 0.5
+    //   link >  0.5: max(1, 2*(link-0.5)*4, 4) = 4, whatever the link.
+    const LinkCase cases[] = {{0.0f, 1.0}, {0.25f, 0.5}, {0.5f, 0.25}, {0.75f, 0.25}, {1.0f, 0.25}};
+    const int frames = latency + 6000;
+    const Buffer in = alternating(frames, 4.0f, 0.1f);
+    for (const LinkCase& c : cases)
+    {
+        const Buffer out = limit(Settings().withAttack(0.0f).withRelease(1.0f).withLink(c.link), in);
+        EXPECT_LT(worstRelativeDeviation(out[0], latency + 2000, frames, 1.0), 3e-4) << "link " << c.link;
+        EXPECT_LT(worstRelativeDeviation(out[1], latency + 2000, frames, quietLevel * c.rightGain), 3e-4)
+            << "link " << c.link;
+    }
+}
+
+// ---------------------------------------------------------------------------
+// Monitor, true peak and saturation
+// ---------------------------------------------------------------------------
+
+TEST(CLimiterMonitorTest, MonitorIsTheLimitedOutputLevelMatched)
+{
+    // -10 dBFS with +20 dB is limited by about 10 dB. The gain is computed
+    // from the same gained signal either way; monitoring only leaves the
+    // input gain off the output, so it is the normal output divided by 10,
+    // up to rounding. The two runs round differently (one signal is ten
+    // times the other) and the 1 Hz high-pass keeps a state averaged over
+    // some 7000 samples, so its rounding (up to 1.5e-7 a sample here) adds
+    // up, like a random walk, to an offset of about sqrt(7000) x 1.5e-7 =
+    // 1.3e-5 of full scale between the runs: 1e-4 of full scale is allowed.
+    const int frames = latency + 22050;
+    const Buffer in = sine(1000.0, std::pow(10.0, -0.5), frames);
+    const Buffer limited = limit(Settings().withGain(20.0f), in);
+    const Buffer monitored = limit(Settings().withGain(20.0f).withMonitor(true), in);
+    for (int ch = 0; ch < 2; ++ch)
+    {
+        EXPECT_NEAR(peak(limited[ch], latency + 4410, frames), 1.0, 1e-3);
+        EXPECT_NEAR(peak(monitored[ch], latency + 4410, frames), 0.1, 1e-4);
+        for (int n = latency + 4410; n < frames; ++n)
+            ASSERT_NEAR(10.0 * monitored[ch][n], limited[ch][n], 1e-4) << "channel " << ch << ", sample " << n;
+    }
+}
+
+TEST(CLimiterTruePeakTest, SteadyPeaksAreLimitedOnTheLargestInterSampleEstimate)
+{
+    // 4 sin(pi n/2 + pi/4): samples +-2.83, true peak 4. On sample peaks the
+    // samples are brought to the ceiling; on true peaks the half-way filter
+    // reads 2a(0.58519703 + 0.08734027) for samples of a, so the samples
+    // come out at 1/1.3450746 = 0.74345 of the ceiling. The high-pass turns
+    // a quarter-rate tone by 7e-5 rad.
+    // +-4 alternating: the half-way points are 0, but the centre correction
+    // reads (1.028367 + 2 x 0.013404376) a = 1.055176 a, the largest of the
+    // five estimates, so true-peak mode leaves every sample at 1/1.055176.
+    const int frames = latency + 6000;
+    Buffer quarterRate = makeBuffer(2, frames);
+    for (int n = 0; n < frames; ++n)
+        quarterRate[0][n] = quarterRate[1][n] = static_cast<float>(4.0 * std::sin(pi / 2.0 * n + pi / 4.0));
+    struct Case
+    {
+        Buffer in;
+        double truePeakLevel;
+        bool everySample;
+    };
+    const Case cases[] = {{quarterRate, 1.0 / (2.0 * (0.58519703 + 0.08734027)), false},
+        {alternating(frames, 4.0f, 4.0f), 1.0 / 1.055176, true}};
+    for (const Case& c : cases)
+        for (bool truePeak : {false, true})
+        {
+            const Buffer out = limit(Settings().withTruePeak(truePeak), c.in);
+            const double expected = truePeak ? c.truePeakLevel : 1.0;
+            for (int ch = 0; ch < 2; ++ch)
+            {
+                const double deviation = c.everySample
+                    ? worstRelativeDeviation(out[ch], latency + 2000, frames, expected)
+                    : std::fabs(peak(out[ch], latency + 2000, frames) - expected) / expected;
+                EXPECT_LT(deviation, 3e-4) << "true peak " << truePeak << ", expected " << expected;
+            }
+        }
+}
+
+TEST(CLimiterSaturationTest, OnlyFramesThatWouldClipAreSaturatedAndMetered)
+{
+    // Below the clip level a frame is copied exactly as with saturation off
+    // (quiet material, same bits). Above it the meter reads 1 - (residual
+    // level / frame level), floored at 0.5, and holds the lowest frame; more
+    // saturation mixes in more residual, so the reading can only go down.
+    Buffer quiet = loudMix(44100.0f, 30000, 5);
+    const float scale = 0.9f / std::max(peak(quiet[0], 0, 30000), peak(quiet[1], 0, 30000));
+    for (auto& channel : quiet)
+        for (float& x : channel)
+            x *= scale;
+    const Buffer loud = loudMix(44100.0f, 40000, 9);
+    const float amounts[3] = {0.0f, 0.3f, 1.0f};
+    Buffer quietOut[3];
+    Buffer loudOut[3];
+    float quietReading[3][2];
+    float loudReading[3][2];
+    for (int i = 0; i < 3; ++i)
+    {
+        restartGenerators();
+        SetUpLimiter quietLimiter(Settings().withSaturation(amounts[i]));
+        quietOut[i] = render(quietLimiter, quiet, 512);
+        SetUpLimiter loudLimiter(Settings().withGain(6.0f).withSaturation(amounts[i]));
+        loudOut[i] = render(loudLimiter, loud, 512);
+        for (int ch = 0; ch < 2; ++ch)
+        {
+            quietReading[i][ch] = quietLimiter.getSaturationGain(ch);
+            loudReading[i][ch] = loudLimiter.getSaturationGain(ch);
+        }
+    }
+    for (int ch = 0; ch < 2; ++ch)
+    {
+        EXPECT_EQ(std::memcmp(quietOut[0][ch].data(), quietOut[2][ch].data(), quietOut[0][ch].size() * sizeof(float)), 0);
+        EXPECT_EQ(quietReading[2][ch], 1.0f);
+        EXPECT_EQ(loudReading[0][ch], 1.0f);
+        EXPECT_LT(loudReading[1][ch], 1.0f);
+        EXPECT_LE(loudReading[2][ch], loudReading[1][ch]);
+        EXPECT_GE(loudReading[2][ch], 0.5f);
+        // The saturated signal is audibly different, not a rounding away.
+        double difference = 0.0;
+        for (size_t n = 0; n < loudOut[0][ch].size(); ++n)
+            difference = std::max(difference, std::fabs(static_cast<double>(loudOut[2][ch][n]) - loudOut[0][ch][n]));
+        EXPECT_GT(difference, 1e-3) << "channel " << ch;
+    }
+}
