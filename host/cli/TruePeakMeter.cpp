@@ -5,31 +5,28 @@
 #include <algorithm>
 #include <cmath>
 
-namespace
-{
-constexpr int history = TruePeakMeter::taps - 1;
-}
-
 int TruePeakMeter::oversamplingFor(int sampleRate)
 {
     return sampleRate < 96000 ? 4 : sampleRate < 192000 ? 2 : 1;
 }
 
-// The interpolated value at `phase`/factor after sample n-6 is the sum over
-// tap i of x[n-i] h(i - 6 + phase/factor), h a sinc under a Hann window
-// reaching zero 6 samples either side.
+// The value interpolated at `phase`/factor after sample n - h is the sum over
+// tap i of x[n-i] k(i - h + phase/factor), k a sinc under a Hann window
+// reaching zero h samples either side, h = kernelTaps / factor / 2.
 float TruePeakMeter::coefficient(int factor, int phase, int tap)
 {
     const double pi = 3.14159265358979323846;
-    const double t = tap - taps / 2 + static_cast<double>(phase) / factor;
-    const double window = 0.5 * (1.0 + std::cos(pi * t / (taps / 2)));
+    const double half = kernelTaps / factor / 2;
+    const double t = tap - half + static_cast<double>(phase) / factor;
+    const double window = 0.5 * (1.0 + std::cos(pi * t / half));
     return static_cast<float>(window * std::sin(pi * t) / (pi * t));
 }
 
 TruePeakMeter::TruePeakMeter(int channels, int sampleRate)
     : channels(channels)
     , factor(oversamplingFor(sampleRate))
-    , lanes(static_cast<size_t>(channels), std::vector<float>(history, 0.0f))
+    , taps(kernelTaps / factor)
+    , lanes(static_cast<size_t>(channels), std::vector<float>(static_cast<size_t>(taps - 1), 0.0f))
     , truePeaks(static_cast<size_t>(channels), 0.0f)
     , samplePeaks(static_cast<size_t>(channels), 0.0f)
     , held(0.0f)
@@ -46,20 +43,20 @@ TruePeakMeter::TruePeakMeter(int channels, int sampleRate)
 // The largest magnitude of the interpolated values between the four samples
 // from `newest` on and the ones before them: each sample is loaded once for
 // every phase, each phase summed from tap 0 up.
-template <int Phases> __m128 TruePeakMeter::interpolatedPeak(const float* newest) const
+template <int Phases, int Taps> __m128 TruePeakMeter::interpolatedPeak(const float* newest) const
 {
     __m128 sums[Phases];
     const __m128 first = _mm_loadu_ps(newest);
     for (int phase = 0; phase < Phases; ++phase)
     {
-        sums[phase] = _mm_mul_ps(broadcastKernel[phase * taps], first);
+        sums[phase] = _mm_mul_ps(broadcastKernel[phase * Taps], first);
     }
-    for (int tap = 1; tap < taps; ++tap)
+    for (int tap = 1; tap < Taps; ++tap)
     {
         const __m128 samples = _mm_loadu_ps(newest - tap);
         for (int phase = 0; phase < Phases; ++phase)
         {
-            sums[phase] = _mm_add_ps(sums[phase], _mm_mul_ps(broadcastKernel[phase * taps + tap], samples));
+            sums[phase] = _mm_add_ps(sums[phase], _mm_mul_ps(broadcastKernel[phase * Taps + tap], samples));
         }
     }
     const __m128 signMask = _mm_set1_ps(-0.0f);
@@ -74,6 +71,7 @@ template <int Phases> __m128 TruePeakMeter::interpolatedPeak(const float* newest
 void TruePeakMeter::addFrames(const float* interleaved, size_t frames)
 {
     const int phases = factor - 1;
+    const size_t history = static_cast<size_t>(taps - 1);
     if (phases == 0)
     {
         // No oversampling: the true peak is the sample peak.
@@ -110,8 +108,9 @@ void TruePeakMeter::addFrames(const float* interleaved, size_t frames)
         const size_t whole = frames & ~size_t{3};
         for (size_t frame = 0; frame < frames; frame += 4)
         {
-            __m128 groupPeak = phases == 3 ? interpolatedPeak<3>(lane.data() + history + frame)
-                                           : interpolatedPeak<1>(lane.data() + history + frame);
+            const float* newest = lane.data() + history + frame;
+            __m128 groupPeak = phases == 3 ? interpolatedPeak<3, kernelTaps / 4>(newest)
+                                           : interpolatedPeak<1, kernelTaps / 2>(newest);
             if (frame >= whole)
             {
                 // Only the block's own frames of the last partial group count.

@@ -7,7 +7,7 @@
 
 // The ITU-R BS.1770 true-peak meter: each channel is oversampled (4x below
 // 96 kHz, 2x below 192 kHz, not at all above) by a windowed-sinc polyphase
-// interpolator of 12 taps per phase, and the largest magnitude of the
+// interpolator of 48 taps in all (12 per phase at 4x, 24 at 2x), and the largest magnitude of the
 // original and the interpolated samples is the true peak. The original
 // samples are one phase of the interpolator (the kernel is zero at the other
 // whole-sample offsets), so only the fractional phases are computed, four
@@ -15,7 +15,8 @@
 class TruePeakMeter
 {
 public:
-    static constexpr int taps = 12;
+    // Of the whole kernel; a phase has kernelTaps / factor.
+    static constexpr int kernelTaps = 48;
     static constexpr int largestFactor = 4;
 
     TruePeakMeter(int channels, int sampleRate);
@@ -29,17 +30,18 @@ public:
     const std::vector<float>& getSamplePeaks() const { return samplePeaks; }
 
     static int oversamplingFor(int sampleRate);
-    // The coefficient of sample `tap` for the interpolated value `phase`/factor
-    // of a sample after the oldest sample of the window's centre pair.
+    // The weight of sample n - `tap` in the value interpolated `phase`/factor
+    // of a sample after sample n - kernelTaps / factor / 2.
     static float coefficient(int factor, int phase, int tap);
 
 private:
     int channels;
     int factor;
-    template <int Phases> __m128 interpolatedPeak(const float* newest) const;
+    int taps; // per phase
+    template <int Phases, int Taps> __m128 interpolatedPeak(const float* newest) const;
 
     // [phase - 1][tap], tap 0 weighing the newest sample, in every lane.
-    __m128 broadcastKernel[(largestFactor - 1) * taps];
+    __m128 broadcastKernel[kernelTaps];
     // Per channel: the last taps - 1 samples, then the block being measured.
     std::vector<std::vector<float>> lanes;
     std::vector<float> truePeaks;
