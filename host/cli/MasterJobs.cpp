@@ -27,15 +27,16 @@ struct Running
     int percent;
 };
 
+// The running program's own file, even when a rebuild has replaced it on disk
+// since it started.
 std::string ownExecutable()
 {
-    char path[4096];
-    const ssize_t length = ::readlink("/proc/self/exe", path, sizeof(path) - 1);
-    if (length <= 0)
+    const char* self = "/proc/self/exe";
+    if (::access(self, X_OK) != 0)
     {
         throw HostError("cannot find the palisorne executable to run passes in");
     }
-    return std::string(path, static_cast<size_t>(length));
+    return self;
 }
 
 Running spawn(const std::string& executable, const MasterTask& task, size_t index)

@@ -12,6 +12,31 @@ namespace
 {
 constexpr double absoluteGateLufs = -70.0;
 constexpr double relativeGateLu = -10.0;
+constexpr double rangeRelativeGateLu = -20.0;
+constexpr size_t hopsPerBlock = 4;
+constexpr size_t hopsPerShortTerm = 30;
+// Short-term blocks for the loudness range start every second.
+constexpr size_t hopsPerRangeStep = 10;
+
+// The mean energy of every `length` hops, starting every `step` hops.
+std::vector<double> windowed(const std::vector<double>& hops, size_t length, size_t step)
+{
+    std::vector<double> windows;
+    double sum = 0.0;
+    for (size_t hop = 0; hop < hops.size(); ++hop)
+    {
+        sum += hops[hop];
+        if (hop >= length)
+        {
+            sum -= hops[hop - length];
+        }
+        if (hop + 1 >= length && (hop + 1 - length) % step == 0)
+        {
+            windows.push_back(std::max(0.0, sum) / static_cast<double>(length));
+        }
+    }
+    return windows;
+}
 
 double lufsOf(double energy)
 {
@@ -66,51 +91,102 @@ double MasterMeasurement::decibels(double linear)
 
 double MasterMeasurement::integratedLufs(const std::vector<const MasterMeasurement*>& measurements)
 {
+    std::vector<double> blocks;
+    for (const MasterMeasurement* measurement : measurements)
+    {
+        const std::vector<double> own = measurement->blockEnergies();
+        blocks.insert(blocks.end(), own.begin(), own.end());
+    }
     const double absoluteGate = std::pow(10.0, (absoluteGateLufs + 0.691) / 10.0);
     double sum = 0.0;
     long long count = 0;
-    for (const MasterMeasurement* measurement : measurements)
+    for (double energy : blocks)
     {
-        for (double energy : measurement->blockEnergies)
+        if (energy > absoluteGate)
         {
-            if (energy > absoluteGate)
-            {
-                sum += energy;
-                ++count;
-            }
+            sum += energy;
+            ++count;
         }
     }
     if (count == 0)
     {
-        return -std::numeric_limits<double>::infinity();
+        return lufsOf(0.0);
     }
     const double relativeGate = sum / static_cast<double>(count) * std::pow(10.0, relativeGateLu / 10.0);
     sum = 0.0;
     count = 0;
-    for (const MasterMeasurement* measurement : measurements)
+    for (double energy : blocks)
     {
-        for (double energy : measurement->blockEnergies)
+        if (energy > absoluteGate && energy > relativeGate)
         {
-            if (energy > absoluteGate && energy > relativeGate)
-            {
-                sum += energy;
-                ++count;
-            }
+            sum += energy;
+            ++count;
         }
     }
     return lufsOf(sum / static_cast<double>(count));
 }
 
+std::vector<double> MasterMeasurement::blockEnergies() const
+{
+    return windowed(hopEnergies, hopsPerBlock, 1);
+}
+
+std::vector<float> MasterMeasurement::shortTermLufs() const
+{
+    std::vector<float> loudness;
+    for (double energy : windowed(hopEnergies, hopsPerShortTerm, 1))
+    {
+        loudness.push_back(static_cast<float>(lufsOf(energy)));
+    }
+    return loudness;
+}
+
+// The spread between the 10th and the 95th percentile of the short-term
+// loudness, over blocks above -70 LUFS and no more than 20 LU below their
+// mean energy.
+double MasterMeasurement::loudnessRangeLu() const
+{
+    const double absoluteGate = std::pow(10.0, (absoluteGateLufs + 0.691) / 10.0);
+    std::vector<double> blocks;
+    double sum = 0.0;
+    for (double energy : windowed(hopEnergies, hopsPerShortTerm, hopsPerRangeStep))
+    {
+        if (energy > absoluteGate)
+        {
+            blocks.push_back(energy);
+            sum += energy;
+        }
+    }
+    if (blocks.empty())
+    {
+        return 0.0;
+    }
+    const double relativeGate = sum / static_cast<double>(blocks.size()) * std::pow(10.0, rangeRelativeGateLu / 10.0);
+    blocks.erase(std::remove_if(blocks.begin(), blocks.end(), [relativeGate](double e) { return e <= relativeGate; }),
+                 blocks.end());
+    if (blocks.empty())
+    {
+        return 0.0;
+    }
+    std::sort(blocks.begin(), blocks.end());
+    const double last = static_cast<double>(blocks.size() - 1);
+    const double low = blocks[static_cast<size_t>(last * 0.10 + 0.5)];
+    const double high = blocks[static_cast<size_t>(last * 0.95 + 0.5)];
+    return lufsOf(high) - lufsOf(low);
+}
+
 double MasterMeasurement::maxMomentaryLufs() const
 {
-    const auto largest = std::max_element(blockEnergies.begin(), blockEnergies.end());
-    return largest == blockEnergies.end() ? lufsOf(0.0) : lufsOf(*largest);
+    const std::vector<double> blocks = blockEnergies();
+    const auto largest = std::max_element(blocks.begin(), blocks.end());
+    return largest == blocks.end() ? lufsOf(0.0) : lufsOf(*largest);
 }
 
 double MasterMeasurement::maxShortTermLufs() const
 {
-    const auto largest = std::max_element(shortTermLufs.begin(), shortTermLufs.end());
-    return largest == shortTermLufs.end() ? lufsOf(0.0) : *largest;
+    const std::vector<double> energies = windowed(hopEnergies, hopsPerShortTerm, 1);
+    const auto largest = std::max_element(energies.begin(), energies.end());
+    return largest == energies.end() ? lufsOf(0.0) : lufsOf(*largest);
 }
 
 double MasterMeasurement::truePeakDbtp() const
@@ -168,11 +244,9 @@ void MasterMeasurement::save(const std::string& path) const
     put(file.get(), sampleRate);
     put(file.get(), channels);
     put(file.get(), frames);
-    put(file.get(), loudnessRangeLu);
     put(file.get(), truePeaks);
     put(file.get(), samplePeaks);
-    put(file.get(), blockEnergies);
-    put(file.get(), shortTermLufs);
+    put(file.get(), hopEnergies);
     put(file.get(), truePeakPerHop);
     put(file.get(), peakPerWindow);
     if (std::ferror(file.get()) != 0 || std::fflush(file.get()) != 0)
@@ -192,11 +266,9 @@ MasterMeasurement MasterMeasurement::load(const std::string& path)
     get(file.get(), measurement.sampleRate);
     get(file.get(), measurement.channels);
     get(file.get(), measurement.frames);
-    get(file.get(), measurement.loudnessRangeLu);
     get(file.get(), measurement.truePeaks);
     get(file.get(), measurement.samplePeaks);
-    get(file.get(), measurement.blockEnergies);
-    get(file.get(), measurement.shortTermLufs);
+    get(file.get(), measurement.hopEnergies);
     get(file.get(), measurement.truePeakPerHop);
     get(file.get(), measurement.peakPerWindow);
     return measurement;

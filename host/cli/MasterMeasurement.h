@@ -15,10 +15,12 @@ struct ReductionSummary
 };
 
 // What one measurement of one file found, kept in a form from which files can
-// be combined: the BS.1770 gating blocks (400 ms, every 100 ms) as channel-
-// weighted mean squares, so that an album's integrated loudness is gated over
-// the blocks of all its files, and time series for the picture. Handed from
-// the process that rendered and measured a file to the one that searches.
+// be combined: the K-weighted mean square (summed over the channels) of every
+// 100 ms, from which the BS.1770 gating blocks (400 ms, every 100 ms), the
+// short-term loudness (3 s) and the loudness range (EBU Tech 3342) follow, so
+// that an album's integrated loudness is gated over the blocks of all its
+// files; and time series for the picture. Handed from the process that
+// rendered and measured a file to the one that searches.
 struct MasterMeasurement
 {
     static constexpr double hopSeconds = 0.1;
@@ -27,17 +29,20 @@ struct MasterMeasurement
     int sampleRate = 0;
     int channels = 0;
     long long frames = 0;
-    double loudnessRangeLu = 0.0;
     std::vector<float> truePeaks;   // per channel, linear
     std::vector<float> samplePeaks; // per channel, linear
-    std::vector<double> blockEnergies;
-    std::vector<float> shortTermLufs;  // per hop once 3 s are in
+    std::vector<double> hopEnergies;
     std::vector<float> truePeakPerHop; // linear, all channels
     std::vector<float> peakPerWindow;  // sample peak per 10 ms, linear, all channels
 
     // Gated over the blocks of every measurement given; -inf for silence.
     static double integratedLufs(const std::vector<const MasterMeasurement*>& measurements);
     double integratedLufs() const { return integratedLufs({this}); }
+    // 400 ms blocks, every 100 ms.
+    std::vector<double> blockEnergies() const;
+    // Every 100 ms once 3 s are in.
+    std::vector<float> shortTermLufs() const;
+    double loudnessRangeLu() const;
     double maxMomentaryLufs() const;
     double maxShortTermLufs() const;
     double truePeakDbtp() const;

@@ -1,38 +1,34 @@
 #pragma once
 
+#include "KWeightingFilter.h"
 #include "MasterMeasurement.h"
 #include "TruePeakMeter.h"
 
-#include <ebur128.h>
-
 #include <cstddef>
+#include <vector>
 
-// Measures a stream for `palisorne master`: libebur128 K-weights and keeps
-// the short-term and momentary windows and the loudness range; the true peak
-// comes from our own interpolator, which is several times faster than
-// libebur128's. The momentary loudness read at each 100 ms step is the
-// energy of the gating block that ends there.
+// Measures a stream for `palisorne master` (ITU-R BS.1770-4): the K-weighted
+// energy of every 100 ms, the true peak per 100 ms and overall, and the peak
+// of every 10 ms. Reading the 3 s short-term window of a general meter at every
+// 100 ms step would sum each sample thirty times; the energies of the steps
+// give every window at the cost of one sum.
 class MasterMeter
 {
 public:
     MasterMeter(int channels, int sampleRate);
-    ~MasterMeter();
-    MasterMeter(const MasterMeter&) = delete;
-    MasterMeter& operator=(const MasterMeter&) = delete;
 
     void addFrames(const float* interleaved, size_t frames);
     MasterMeasurement finish();
 
 private:
     void addWithinHop(const float* interleaved, size_t frames);
-    void endHop();
 
-    ebur128_state* state;
+    std::vector<KWeightingFilter> weighting;
     TruePeakMeter truePeak;
     MasterMeasurement measurement;
     size_t hopFrames;
     size_t framesInHop;
-    long long hops;
+    double hopSum;
     size_t windowFrames;
     size_t framesInWindow;
     float windowPeak;

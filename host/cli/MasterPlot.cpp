@@ -187,7 +187,7 @@ void MasterPlot::draw(const MasteredFile& file, const MasterTargets& targets, co
     cairo_set_source_rgb(cr, 0.4, 0.9, 0.5);
     cairo_set_line_width(cr, 1.5);
     drawSeries(
-        cr, loudness, file.output.shortTermLufs, 3.0 - hop, hop, seconds, [](float l) { return l; }, false);
+        cr, loudness, file.output.shortTermLufs(), 3.0 - hop, hop, seconds, [](float l) { return l; }, false);
     cairo_set_line_width(cr, 1.0);
     drawLevel(cr, loudness, targets.loudnessLufs, figure("loudness target %.1f LUFS", targets.loudnessLufs));
 

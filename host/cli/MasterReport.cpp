@@ -39,7 +39,7 @@ void writeMeasurement(JsonWriter& json, const std::string& path, const MasterMea
     json.value(measurement.seconds());
     const std::pair<const char*, double> figures[] = {
         {"integrated_lufs", measurement.integratedLufs()},
-        {"loudness_range_lu", measurement.loudnessRangeLu},
+        {"loudness_range_lu", measurement.loudnessRangeLu()},
         {"max_momentary_lufs", measurement.maxMomentaryLufs()},
         {"max_short_term_lufs", measurement.maxShortTermLufs()},
         {"true_peak_dbtp", measurement.truePeakDbtp()},
@@ -99,7 +99,7 @@ void MasterReport::printText(std::ostream& out) const
             const MasterMeasurement& in = file.input;
             const MasterMeasurement& res = file.output;
             row(out, "integrated", figure("%.2f LUFS", in.integratedLufs()), figure("%.2f LUFS", res.integratedLufs()));
-            row(out, "loudness range", figure("%.1f LU", in.loudnessRangeLu), figure("%.1f LU", res.loudnessRangeLu));
+            row(out, "loudness range", figure("%.1f LU", in.loudnessRangeLu()), figure("%.1f LU", res.loudnessRangeLu()));
             row(out, "momentary max", figure("%.1f LUFS", in.maxMomentaryLufs()),
                 figure("%.1f LUFS", res.maxMomentaryLufs()));
             row(out, "short-term max", figure("%.1f LUFS", in.maxShortTermLufs()),

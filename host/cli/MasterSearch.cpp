@@ -11,10 +11,8 @@ namespace
 constexpr double flattestSlope = 0.1;
 constexpr double steepestSlope = 1.0;
 constexpr double shortestSecantDb = 0.01;
-// True peak per dB of ceiling: 1 when the limiter holds every peak, less
-// when part of the overshoot comes from what the ceiling does not touch.
-constexpr double flattestPeakSlope = 0.25;
-constexpr double steepestPeakSlope = 1.0;
+// Below this, driving harder hardly brings loudness closer to the peaks.
+constexpr double flattestRatioSlope = 0.05;
 
 std::string figure(const char* format, double value)
 {
@@ -86,41 +84,63 @@ void MasterSearch::record(const MasterPassPoint& point)
         return fail("no convergence in " + std::to_string(largestPasses) + " passes; " + reached);
     }
 
+    // Loudness (F) and true peak (G) above the ceiling, as functions of the
+    // drive x, with their slopes from the last two passes.
+    const double ceilingNow = point.ceilingDb.value_or(0.0);
+    const double x = driveOf(point);
+    const double loudnessAbove = point.loudnessLufs - ceilingNow;
+    const double peakAbove = point.truePeakDbtp - ceilingNow;
     if (passes.size() >= 2)
     {
         const MasterPassPoint& before = passes[passes.size() - 2];
-        const double run = driveOf(point) - driveOf(before);
-        const double rise = (point.loudnessLufs - point.ceilingDb.value_or(0.0))
-                            - (before.loudnessLufs - before.ceilingDb.value_or(0.0));
+        const double run = x - driveOf(before);
         if (std::fabs(run) > shortestSecantDb)
         {
-            slope = std::clamp(rise / run, flattestSlope, steepestSlope);
-        }
-        const double ceilingRun = point.ceilingDb.value_or(0.0) - before.ceilingDb.value_or(0.0);
-        if (std::fabs(ceilingRun) > shortestSecantDb)
-        {
-            peakSlope = std::clamp((point.truePeakDbtp - before.truePeakDbtp) / ceilingRun, flattestPeakSlope,
-                                   steepestPeakSlope);
+            const double ceilingBefore = before.ceilingDb.value_or(0.0);
+            slope =
+                std::clamp((loudnessAbove - (before.loudnessLufs - ceilingBefore)) / run, flattestSlope, steepestSlope);
+            peakSlope = std::clamp((peakAbove - (before.truePeakDbtp - ceilingBefore)) / run, 0.0, steepestSlope);
         }
     }
+    // Keep the ceiling and drive to the loudness target, if the true peak
+    // is expected to stay below its target there.
     std::optional<double> ceiling = ceilingDb;
-    if (!peakMet)
+    double drive = x + (targets.loudnessLufs - ceilingNow - loudnessAbove) / slope;
+    const double expectedPeak = ceilingNow + peakAbove + peakSlope * (drive - x);
+    if (expectedPeak > targets.truePeakDbtp)
     {
         if (!ceilingRange)
         {
             return fail("the true peak lies above the target and the plug-in has no ceiling to lower; " + reached);
         }
-        if (*ceilingDb <= ceilingRange->lowest)
+        if (*ceilingDb <= ceilingRange->lowest && !peakMet)
         {
             return fail("the ceiling would have to go below its lowest setting, "
                         + figure("%.1f dB", ceilingRange->lowest) + "; " + reached);
         }
-        ceiling = std::max(ceilingRange->lowest,
-                           *ceilingDb - (point.truePeakDbtp - targets.truePeakDbtp) / peakSlope - ceilingMarginDb);
+        // Both targets at once: the drive at which loudness lies as far below
+        // the true peak as the targets ask, the ceiling that puts the true
+        // peak just under its target there. When the peak-to-loudness ratio
+        // hardly changes with the drive, the ceiling goes down by the
+        // expected overshoot and the drive follows to hold the loudness.
+        const double ratioSlope = slope - peakSlope;
+        const double wantedRatio = targets.truePeakDbtp - ceilingMarginDb - targets.loudnessLufs;
+        double next = 0.0;
+        if (ratioSlope > flattestRatioSlope)
+        {
+            drive = x + (peakAbove - loudnessAbove - wantedRatio) / ratioSlope;
+            next = targets.truePeakDbtp - ceilingMarginDb - peakAbove - peakSlope * (drive - x);
+        }
+        else
+        {
+            next = ceilingNow - (expectedPeak - targets.truePeakDbtp) - ceilingMarginDb;
+        }
+        ceiling = std::clamp(next, ceilingRange->lowest, ceilingRange->highest);
+        if (ratioSlope <= flattestRatioSlope || *ceiling != next)
+        {
+            drive = x + (targets.loudnessLufs - *ceiling - loudnessAbove) / slope;
+        }
     }
-    // Loudness relative to the ceiling, as a function of the drive, is to
-    // reach the target relative to the new ceiling.
-    const double drive = driveOf(point) + (shortfall + point.ceilingDb.value_or(0.0) - ceiling.value_or(0.0)) / slope;
     const double gain = drive + ceiling.value_or(0.0);
     if (gain > gainRange.highest && point.gainDb >= gainRange.highest)
     {

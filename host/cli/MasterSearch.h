@@ -37,13 +37,14 @@ struct MasterPassPoint
 // the target, from real renders measured one after the other.
 //
 // A limiter is nearly independent of scale: lowering its ceiling and its
-// input gain by the same amount lowers its output by that amount. Loudness is
-// therefore followed as a function of the drive (gain minus ceiling): the
-// first guess assumes no limiting (the input's loudness plus the gain), later
-// ones take secant steps on the drive, and the ceiling goes down by the true
-// peak's measured overshoot (scaled by how far the true peak followed the
-// ceiling in earlier passes) plus a margin, with the gain following it so the
-// loudness holds.
+// input gain by the same amount lowers its output by that amount. Loudness and
+// true peak above the ceiling are therefore followed as functions of the drive
+// (gain minus ceiling), each with a secant slope from the last two passes
+// (at first: no limiting, both rise dB for dB). The first guess is the
+// input's loudness plus the gain at the target ceiling; then the ceiling stays
+// while the true peak is expected to stay under its target, and otherwise the
+// drive goes where the peak-to-loudness ratio is what the targets ask and the
+// ceiling where the true peak lands a margin under its target.
 class MasterSearch
 {
 public:
