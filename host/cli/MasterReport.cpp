@@ -4,6 +4,8 @@
 
 #include <cmath>
 #include <cstdio>
+#include <initializer_list>
+#include <utility>
 
 namespace
 {
@@ -30,6 +32,15 @@ double peakToLoudness(const MasterMeasurement& measurement)
     return measurement.truePeakDbtp() - measurement.integratedLufs();
 }
 
+void writeNumbers(JsonWriter& json, std::initializer_list<std::pair<const char*, double>> fields)
+{
+    for (const auto& [name, value] : fields)
+    {
+        json.key(name);
+        json.value(value);
+    }
+}
+
 void writeMeasurement(JsonWriter& json, const std::string& path, const MasterMeasurement& measurement)
 {
     json.beginObject();
@@ -37,20 +48,15 @@ void writeMeasurement(JsonWriter& json, const std::string& path, const MasterMea
     json.value(path);
     json.key("seconds");
     json.value(measurement.seconds());
-    const std::pair<const char*, double> figures[] = {
-        {"integrated_lufs", measurement.integratedLufs()},
-        {"loudness_range_lu", measurement.loudnessRangeLu()},
-        {"max_momentary_lufs", measurement.maxMomentaryLufs()},
-        {"max_short_term_lufs", measurement.maxShortTermLufs()},
-        {"true_peak_dbtp", measurement.truePeakDbtp()},
-        {"sample_peak_dbfs", measurement.samplePeakDbfs()},
-        {"plr_db", peakToLoudness(measurement)},
-    };
-    for (const auto& [name, value] : figures)
-    {
-        json.key(name);
-        json.value(value);
-    }
+    writeNumbers(json, {
+                           {"integrated_lufs", measurement.integratedLufs()},
+                           {"loudness_range_lu", measurement.loudnessRangeLu()},
+                           {"max_momentary_lufs", measurement.maxMomentaryLufs()},
+                           {"max_short_term_lufs", measurement.maxShortTermLufs()},
+                           {"true_peak_dbtp", measurement.truePeakDbtp()},
+                           {"sample_peak_dbfs", measurement.samplePeakDbfs()},
+                           {"plr_db", peakToLoudness(measurement)},
+                       });
     json.endObject();
 }
 }
@@ -99,7 +105,8 @@ void MasterReport::printText(std::ostream& out) const
             const MasterMeasurement& in = file.input;
             const MasterMeasurement& res = file.output;
             row(out, "integrated", figure("%.2f LUFS", in.integratedLufs()), figure("%.2f LUFS", res.integratedLufs()));
-            row(out, "loudness range", figure("%.1f LU", in.loudnessRangeLu()), figure("%.1f LU", res.loudnessRangeLu()));
+            row(out, "loudness range", figure("%.1f LU", in.loudnessRangeLu()),
+                figure("%.1f LU", res.loudnessRangeLu()));
             row(out, "momentary max", figure("%.1f LUFS", in.maxMomentaryLufs()),
                 figure("%.1f LUFS", res.maxMomentaryLufs()));
             row(out, "short-term max", figure("%.1f LUFS", in.maxShortTermLufs()),
@@ -143,27 +150,20 @@ void MasterReport::printJson(std::ostream& out) const
         json.value(unit.search.getFailure());
         json.key("written");
         json.value(unit.written);
-        json.key("input_integrated_lufs");
-        json.value(unit.inputLoudnessLufs);
-        json.key("output_integrated_lufs");
-        json.value(unit.outputLoudnessLufs);
+        writeNumbers(json, {{"input_integrated_lufs", unit.inputLoudnessLufs},
+                            {"output_integrated_lufs", unit.outputLoudnessLufs}});
         json.key("passes");
         json.beginArray();
         for (const MasterPassPoint& point : unit.search.getPasses())
         {
             json.beginObject();
-            json.key("gain_db");
-            json.value(point.gainDb);
             json.key("ceiling_db");
             point.ceilingDb ? json.value(*point.ceilingDb) : json.null();
-            json.key("integrated_lufs");
-            json.value(point.loudnessLufs);
-            json.key("true_peak_dbtp");
-            json.value(point.truePeakDbtp);
-            json.key("mean_reduction_db");
-            json.value(point.meanReductionDb);
-            json.key("largest_reduction_db");
-            json.value(point.largestReductionDb);
+            writeNumbers(json, {{"gain_db", point.gainDb},
+                                {"integrated_lufs", point.loudnessLufs},
+                                {"true_peak_dbtp", point.truePeakDbtp},
+                                {"mean_reduction_db", point.meanReductionDb},
+                                {"largest_reduction_db", point.largestReductionDb}});
             json.endObject();
         }
         json.endArray();
@@ -179,10 +179,8 @@ void MasterReport::printJson(std::ostream& out) const
             writeMeasurement(json, file.outputPath, file.output);
             ReductionSummary reduction;
             reduction.add(file.reductionDb);
-            json.key("mean_reduction_db");
-            json.value(reduction.meanDb);
-            json.key("largest_reduction_db");
-            json.value(reduction.largestDb);
+            writeNumbers(json,
+                         {{"mean_reduction_db", reduction.meanDb}, {"largest_reduction_db", reduction.largestDb}});
             json.key("render_command");
             json.value(file.renderCommand);
             json.key("plot");
