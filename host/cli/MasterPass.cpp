@@ -10,6 +10,7 @@
 #include "ParameterSetting.h"
 #include "PlanarBuffer.h"
 #include "PluginLocator.h"
+#include "WordLengthReducer.h"
 
 #include <CLI/CLI.hpp>
 
@@ -104,18 +105,29 @@ MasterMeasurement render(const MasterPassRequest& request, PassProgress& progres
     }
     plugin.start(sampleRate, request.blockFrames);
     const long long latency = std::max(0, module.initialDelay());
-    const int format =
-        AudioFileFormat::forOutput(request.outputPath, reader.getFormat(), request.bits, pluginChannels, sampleRate);
-    AudioFileWriter writer(request.outputPath, format, pluginChannels, sampleRate);
-    const bool lossy = MasterPass::isLossy(format);
-    MasterMeter meter(pluginChannels, sampleRate);
+    const int outputChannels = fileChannels == 1 ? 1 : pluginChannels;
+    const int format = AudioFileFormat::forOutput(request.outputPath, reader.getFormat(), request.bits, outputChannels,
+                                                  sampleRate, "");
+    // "NumBits" shows the step 0..3 of 0, 8, 16 and 24 bits.
+    const int numBits = ParameterSetting::findParameter(module, "NumBits");
+    const int pluginBits =
+        plugin.isOurs() && numBits >= 0
+            ? 8 * static_cast<int>(ParameterSetting::displayedNumber(module.parameterDisplay(numBits)).value_or(0.0))
+            : 0;
+    AudioFileOptions options;
+    options.dither = WordLengthReducer::choose(format, pluginBits, false) == WordLengthReducer::Dither::triangular;
+    options.metadata = &reader.getMetadata();
+    AudioFileWriter writer(request.outputPath, format, outputChannels, sampleRate, options);
+    // What the writer changes (encoding, dither) is measured from the file.
+    const bool measureWritten = AudioFileFormat::isLossy(format) || options.dither;
+    MasterMeter meter(outputChannels, sampleRate);
 
     const float gain = static_cast<float>(std::pow(10.0, request.hostGainDb / 20.0));
     const size_t block = static_cast<size_t>(request.blockFrames);
     PlanarBuffer inputs(module.numInputs(), block);
     PlanarBuffer outputs(module.numOutputs(), block);
     std::vector<float> fileBlock(block * static_cast<size_t>(fileChannels));
-    std::vector<float> produced(block * pluginChannels);
+    std::vector<float> produced(block * static_cast<size_t>(outputChannels));
     long long done = 0;
     long long silenceLeft = latency;
     bool inputEnded = false;
@@ -148,14 +160,14 @@ MasterMeasurement render(const MasterPassRequest& request, PassProgress& progres
             static_cast<size_t>(std::clamp<long long>(latency - done, 0, static_cast<long long>(frames)));
         for (size_t frame = first; frame < frames; ++frame)
         {
-            for (int channel = 0; channel < pluginChannels; ++channel)
+            for (int channel = 0; channel < outputChannels; ++channel)
             {
-                produced[(frame - first) * pluginChannels + static_cast<size_t>(channel)] =
+                produced[(frame - first) * static_cast<size_t>(outputChannels) + static_cast<size_t>(channel)] =
                     outputs.channel(channel)[frame];
             }
         }
         writer.write(produced.data(), frames - first);
-        if (!lossy)
+        if (!measureWritten)
         {
             meter.addFrames(produced.data(), frames - first);
         }
@@ -163,16 +175,13 @@ MasterMeasurement render(const MasterPassRequest& request, PassProgress& progres
         progress.update(static_cast<double>(done));
     }
     plugin.stop();
+    if (!reader.truncation().empty())
+    {
+        throw HostError(reader.truncation() + "; nothing written");
+    }
     writer.commit();
-    return lossy ? measureFile(request.outputPath, nullptr) : meter.finish();
+    return measureWritten ? measureFile(writer.getReadablePath(), nullptr) : meter.finish();
 }
-}
-
-bool MasterPass::isLossy(int format)
-{
-    const int sampleType = format & SF_FORMAT_SUBMASK;
-    return sampleType == SF_FORMAT_VORBIS || sampleType == SF_FORMAT_OPUS || sampleType == SF_FORMAT_MPEG_LAYER_I
-           || sampleType == SF_FORMAT_MPEG_LAYER_II || sampleType == SF_FORMAT_MPEG_LAYER_III;
 }
 
 CLI::App* MasterPass::addCommand(CLI::App& app, MasterPassRequest& request)

@@ -29,13 +29,11 @@ struct MasterPassRequest
 // process-wide noise and dither generators from the state they have when the
 // module is loaded: the output bits depend neither on how many renders run at
 // once nor on the order they run in, and equal those of `palisorne render`
-// with the same settings. Lossy output is decoded again and measured as
-// delivered. The fraction done goes to `progressDescriptor` as lines of text.
+// with the same settings. Output that the writer changes (lossy encoding,
+// dither) is read back and measured as delivered. The fraction done goes to `progressDescriptor` as lines of text.
 class MasterPass
 {
 public:
     static CLI::App* addCommand(CLI::App& app, MasterPassRequest& request);
     static void run(const MasterPassRequest& request, int progressDescriptor);
-
-    static bool isLossy(int format);
 };
