@@ -7,6 +7,8 @@
 #include "HostError.h"
 #include "InfoCommand.h"
 #include "InterruptFlag.h"
+#include "MasterPass.h"
+#include "MasterSession.h"
 #include "ProgressBar.h"
 #include "RenderRecipe.h"
 
@@ -135,6 +137,10 @@ int PalisorneCommandLine::run(int argc, const char* const* argv)
 
     EditSettings editSettings;
     CLI::App* editCommand = EditSession::addCommand(app, editSettings);
+    MasterSettings masterSettings;
+    CLI::App* masterCommand = MasterSession::addCommand(app, masterSettings);
+    MasterPassRequest passRequest;
+    CLI::App* passCommand = MasterPass::addCommand(app, passRequest);
 
     // CLI11 would only say that a command is required.
     if (argc > 1 && argv[1][0] != '-')
@@ -194,6 +200,15 @@ int PalisorneCommandLine::run(int argc, const char* const* argv)
         if (editCommand->parsed())
         {
             return EditSession(out, err).run(editSettings);
+        }
+        if (masterCommand->parsed())
+        {
+            return MasterSession(out, err).run(masterSettings);
+        }
+        if (passCommand->parsed())
+        {
+            MasterPass::run(passRequest, STDOUT_FILENO);
+            return 0;
         }
         if (benchCommand->parsed())
         {

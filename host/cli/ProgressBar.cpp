@@ -9,6 +9,7 @@ namespace
 {
 constexpr int barWidth = 40;
 constexpr double redrawSeconds = 0.1;
+constexpr size_t noteWidth = 100;
 
 void writeAll(int fileDescriptor, const std::string& text)
 {
@@ -33,6 +34,7 @@ ProgressBar::ProgressBar(int fileDescriptor, double delaySeconds)
     , lastDrawn(start)
     , shown(false)
     , tenthsLogged(0)
+    , drawnWidth(0)
 {
 }
 
@@ -41,7 +43,7 @@ ProgressBar::~ProgressBar()
     finish();
 }
 
-void ProgressBar::update(double fraction)
+void ProgressBar::update(double fraction, const std::string& note)
 {
     const auto now = std::chrono::steady_clock::now();
     const double elapsed = std::chrono::duration<double>(now - start).count();
@@ -64,19 +66,19 @@ void ProgressBar::update(double fraction)
         return;
     }
     lastDrawn = now;
-    draw(fraction, elapsed);
+    draw(fraction, elapsed, note);
 }
 
 void ProgressBar::finish()
 {
     if (shown)
     {
-        writeAll(fileDescriptor, "\r" + std::string(barWidth + 24, ' ') + "\r");
+        writeAll(fileDescriptor, "\r" + std::string(drawnWidth, ' ') + "\r");
         shown = false;
     }
 }
 
-void ProgressBar::draw(double fraction, double elapsedSeconds)
+void ProgressBar::draw(double fraction, double elapsedSeconds, const std::string& note)
 {
     fraction = std::clamp(fraction, 0.0, 1.0);
     const int filled = static_cast<int>(fraction * barWidth + 0.5);
@@ -85,6 +87,12 @@ void ProgressBar::draw(double fraction, double elapsedSeconds)
     char percent[48];
     std::snprintf(percent, sizeof(percent), "] %3d%% %ld:%02ld left", static_cast<int>(fraction * 100.0 + 0.5),
                   remaining / 60, remaining % 60);
-    writeAll(fileDescriptor, "\r[" + std::string(filled, '#') + std::string(barWidth - filled, '.') + percent);
+    std::string line = "\r[" + std::string(filled, '#') + std::string(barWidth - filled, '.') + percent;
+    line += note.empty() ? "" : "  " + note.substr(0, noteWidth);
+    // Pads over the end of a longer line drawn before.
+    const size_t width = line.size() - 1;
+    line += std::string(drawnWidth > width ? drawnWidth - width : 0, ' ');
+    drawnWidth = std::max(drawnWidth, width);
+    writeAll(fileDescriptor, line);
     shown = true;
 }

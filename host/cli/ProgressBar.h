@@ -16,14 +16,15 @@ public:
     ProgressBar(const ProgressBar&) = delete;
     ProgressBar& operator=(const ProgressBar&) = delete;
 
-    // `fraction` of the work done, 0..1.
-    void update(double fraction);
+    // `fraction` of the work done, 0..1, and on a terminal what is being done
+    // (shown after the bar, cut to fit a line).
+    void update(double fraction, const std::string& note = "");
     void finish();
 
     bool isShown() const { return shown; }
 
 private:
-    void draw(double fraction, double elapsedSeconds);
+    void draw(double fraction, double elapsedSeconds, const std::string& note);
 
     int fileDescriptor;
     bool isTerminal;
@@ -32,4 +33,5 @@ private:
     std::chrono::steady_clock::time_point lastDrawn;
     bool shown;
     int tenthsLogged;
+    size_t drawnWidth;
 };
