@@ -3,6 +3,7 @@
 #include "AEffEditor.h"
 #include "CMyVSTPlugin.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <utility>
@@ -96,4 +97,43 @@ TEST_F(EffectObject, LookaheadFollowsTheLimitersRate)
     plugin.setSampleRate(192000.0f);
     EXPECT_EQ(plugin.getLookaheadSamples(), 507);
     EXPECT_EQ(plugin.AudioEffect::getSampleRate(), 44100.0f);
+}
+
+// The on/off parameters count exactly 0.5 as off. With 10 dB of input gain,
+// "ISP" (true-peak detection) and "Monitor" (the gain heard only by the
+// detection) both change what comes out of a sine whose peaks lie between
+// its samples (1.4 at the peaks, +-0.99 at the samples); at 0.5 it comes
+// out as at 0, apart from the +-1e-8 anti-denormal noise the instances draw
+// differently.
+TEST(EffectSwitches, HalfwayIsOff)
+{
+    const auto render = [](int index, float value) {
+        CMyVSTPlugin plugin(nullptr, 2, 2, 64, 13);
+        plugin.setParameter(0, 0.75f);
+        plugin.setParameter(index, value);
+        std::vector<float> input(4096), left(4096), right(4096);
+        for (std::size_t n = 0; n < input.size(); ++n)
+        {
+            input[n] = 1.4f * std::sin(1.5707963f * static_cast<float>(n) + 0.78539816f);
+        }
+        float* inputs[2] = {input.data(), input.data()};
+        float* outputs[2] = {left.data(), right.data()};
+        plugin.processReplacing(inputs, outputs, 4096);
+        return left;
+    };
+    for (int index : {4, 9})
+    {
+        const std::vector<float> off = render(index, 0.0f);
+        const std::vector<float> half = render(index, 0.5f);
+        const std::vector<float> on = render(index, 1.0f);
+        float halfway = 0.0f;
+        float switched = 0.0f;
+        for (std::size_t n = 0; n < off.size(); ++n)
+        {
+            halfway = std::max(halfway, std::fabs(half[n] - off[n]));
+            switched = std::max(switched, std::fabs(on[n] - off[n]));
+        }
+        EXPECT_LT(halfway, 1e-6f) << "parameter " << index;
+        EXPECT_GT(switched, 0.01f) << "parameter " << index;
+    }
 }
