@@ -202,26 +202,3 @@ TEST_F(EditorRefreshTest, IdleShowsTheReadingsInDecibels)
     EXPECT_EQ(e.getMeter(peakLeft)->getValue(), -160.0f);
     EXPECT_NEAR(e.getMeter(peakLeft)->getPeakHold(), -6.0206f, dBTolerance);
 }
-
-TEST_F(EditorRefreshTest, ClosingForgetsEveryViewAndLaterChangesAreHarmless)
-{
-    openEditor();
-    closeEditor();
-    EXPECT_EQ(editor().getCFrame(), nullptr);
-    EXPECT_EQ(editor().getFrame(), nullptr);
-    EXPECT_EQ(editor().getLinkButton(), nullptr);
-    for (int tag = 0; tag < kNumParameters; ++tag)
-    {
-        EXPECT_EQ(editor().getControl(tag), nullptr) << tag;
-    }
-    for (int m = 0; m < CMyVSTEditor::kNumMeters; ++m)
-    {
-        EXPECT_EQ(editor().getMeter(m), nullptr) << m;
-    }
-    for (int index = -1; index <= 13; ++index)
-    {
-        effect->setParameter(index, 0.3f);
-    }
-    effect->dispatch(effEditIdle);
-    EXPECT_FALSE(editor().isOpen());
-}

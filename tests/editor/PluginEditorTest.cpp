@@ -6,7 +6,6 @@
 
 #include <chrono>
 #include <cstdlib>
-#include <cmath>
 #include <cstdio>
 #include <spawn.h>
 #include <string>
@@ -38,55 +37,21 @@ bool idleUntil(VstModule& module, Condition condition)
     }
     return false;
 }
-
-// A full-scale 1 kHz sine through the limiter, so its meters have work.
-void processSine(VstModule& module, int blocks)
-{
-    const int frames = 512;
-    std::vector<float> left(frames), right(frames), outLeft(frames), outRight(frames);
-    float* inputs[2] = {left.data(), right.data()};
-    float* outputs[2] = {outLeft.data(), outRight.data()};
-    for (int block = 0; block < blocks; ++block)
-    {
-        for (int i = 0; i < frames; ++i)
-        {
-            left[i] = right[i] = static_cast<float>(std::sin(2.0 * M_PI * 1000.0 * (block * frames + i) / 44100.0));
-        }
-        module.processReplacing(inputs, outputs, frames);
-    }
-}
 }
 
-TEST(PluginEditorTest, ModuleAnnouncesItsEditorAndOpensItInTheHostsWindow)
+TEST(PluginEditorTest, ModuleOpensItsEditorInTheHostsWindowAndClosesItWithTheEffect)
 {
     VstModule module(modulePath);
     module.open();
-    module.setSampleRate(44100.0f);
-    module.setBlockSize(512);
-    module.resume();
     ASSERT_TRUE(module.flags() & effFlagsHasEditor);
-
     TestDesktop desktop(506, 427);
     ASSERT_TRUE(desktop.isConnected());
-    // Open, close and open again, with audio and parameter changes between
-    // and while closed.
-    for (int round = 0; round < 2; ++round)
-    {
-        ASSERT_EQ(module.dispatch(effEditOpen, 0, 0, desktop.getParentHandle()), 1);
-        ASSERT_TRUE(idleUntil(module, [&desktop] { return desktop.isViewable(desktop.findEditorWindow()); }));
-        int width = 0;
-        int height = 0;
-        ASSERT_TRUE(desktop.getWindowSize(desktop.findEditorWindow(), width, height));
-        EXPECT_EQ(width, 506);
-        EXPECT_EQ(height, 427);
-        processSine(module, 20);
-        module.setParameter(6, 2.0f / 3.0f);
-        module.dispatch(effEditIdle);
-        module.dispatch(effEditClose);
-        EXPECT_EQ(desktop.findEditorWindow(), 0u);
-        module.setParameter(0, 0.6f);
-        processSine(module, 5);
-    }
+    ASSERT_EQ(module.dispatch(effEditOpen, 0, 0, desktop.getParentHandle()), 1);
+    ASSERT_TRUE(idleUntil(module, [&desktop] { return desktop.isViewable(desktop.findEditorWindow()); }));
+    module.setParameter(6, 2.0f / 3.0f);
+    module.dispatch(effEditIdle);
+    module.dispatch(effEditClose);
+    EXPECT_EQ(desktop.findEditorWindow(), 0u);
     // An editor left open is closed with the effect.
     ASSERT_EQ(module.dispatch(effEditOpen, 0, 0, desktop.getParentHandle()), 1);
     module.dispatch(effEditIdle);
