@@ -58,6 +58,21 @@ public:
     static constexpr const char* productPage = "https://www.virelmatt.com/palisorne";
 
 private:
+    // Meters in the order of creation.
+    enum Meter
+    {
+        kSaturationLeft,
+        kGainReductionLeft,
+        kGainReductionRight,
+        kSaturationRight,
+        kRmsLeft,
+        kPeakLeft,
+        kPeakRight,
+        kRmsRight
+    };
+
+    // The version label and the link button.
+    void buildInfoViews(int width, int height);
     void buildControls();
     void buildMeters();
     void refreshKnob(VstInt32 index, float value);

@@ -2,8 +2,9 @@
 # Builds and runs the sanitizer suites (CMake presets "asan", clang 14, and
 # "tsan", GCC), each in its own build directory and only for the targets it
 # needs:
-#   ASan + UBSan + LSan: the limiter, SDK, framework, loader, plug-in and
-#                        torture tests (every call through the module too);
+#   ASan + UBSan + LSan: the limiter, SDK, framework, loader, plug-in,
+#                        torture and editor tests (every call through the
+#                        module too; 200 editor open/close cycles);
 #   TSan:                the threaded tests, the limiter's and the plug-in's.
 # Any sanitizer report fails the run. Ardour's VST scanner is left out under
 # ASan: an uninstrumented host cannot load an instrumented module.
@@ -18,7 +19,8 @@ cd "$root"
 echo "== ASan + UBSan + LSan"
 cmake --preset asan -B "$asan" >/dev/null
 cmake --build "$asan" -j"$jobs" --target \
-  dsp_tests sdk_tests shell_framework_tests vst_loader_tests shell_plugin_tests plugin_tests plugin_torture_tests
+  dsp_tests sdk_tests shell_framework_tests vst_loader_tests shell_plugin_tests plugin_tests plugin_torture_tests \
+  editor_tests
 export ASAN_OPTIONS=detect_leaks=1:detect_stack_use_after_return=1:check_initialization_order=1:strict_init_order=1
 export UBSAN_OPTIONS=print_stacktrace=1
 # Only the targets built above have tests; the others are placeholders.

@@ -99,12 +99,3 @@ TEST(VUMeterTest, FlagAndUpperClampSettersResetTheMeterOthersDoNot)
     EXPECT_EQ(meter.getValue(), -6.0f);
     EXPECT_EQ(meter.getPeakHold(), -6.0f);
 }
-
-TEST(VUMeterTest, AxisMapsTheMinimumToTheBottomAndTheMaximumToTheTop)
-{
-    const CVUMeter meter = levelMeter();
-    // 190 rows for 33.9 dB.
-    EXPECT_DOUBLE_EQ(meter.valueToRow(1.9f), 0.0);
-    EXPECT_DOUBLE_EQ(meter.valueToRow(-32.0f), 190.0);
-    EXPECT_NEAR(meter.valueToRow(-15.05f), 95.0, 1e-4);
-}

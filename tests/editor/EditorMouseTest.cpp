@@ -76,7 +76,7 @@ protected:
     }
 };
 
-TEST_F(EditorMouseTest, DraggingAKnobUpReachesTheHostAsOneAutomatedEditShiftTenTimesFiner)
+TEST_F(EditorMouseTest, DraggingAKnobOrAFieldReachesTheHostAsOneAutomatedEditShiftTenTimesFiner)
 {
     // The large knob's centre; 40 pixels up is 40/200 of the range.
     drag(255, 265, -40);
@@ -101,11 +101,10 @@ TEST_F(EditorMouseTest, DraggingAKnobUpReachesTheHostAsOneAutomatedEditShiftTenT
     desktop->holdShift(false);
     ASSERT_TRUE(waitForAutomations(1));
     EXPECT_NEAR(effect->getParameter(0), 0.72f, dragTolerance);
-}
 
-TEST_F(EditorMouseTest, DraggingANumericFieldChangesItLikeAKnob)
-{
-    // "Link" starts at 0.35; 20 pixels down is -0.1.
+    // A numeric field drags the same way: "Link" starts at 0.35; 20 pixels
+    // down is -0.1.
+    effect->hostCalls.clear();
     drag(309, 85, 20);
     ASSERT_TRUE(waitForAutomations(1));
     EXPECT_EQ(effect->automations().back().index, 7);
@@ -113,7 +112,7 @@ TEST_F(EditorMouseTest, DraggingANumericFieldChangesItLikeAKnob)
     EXPECT_STREQ(dynamic_cast<const CMyAnimKnob*>(editor().getControl(7))->getValueText(), "25%");
 }
 
-TEST_F(EditorMouseTest, ControlClickReturnsAKnobToItsDefault)
+TEST_F(EditorMouseTest, ControlClickRestoresTheDefaultAndTheWheelStepsByTheTaperedIncrement)
 {
     effect->setParameter(5, 0.3f);
     moveTo(140, 330);
@@ -123,11 +122,10 @@ TEST_F(EditorMouseTest, ControlClickReturnsAKnobToItsDefault)
     ASSERT_TRUE(waitForAutomations(1));
     EXPECT_EQ(effect->automations().back().index, 5);
     EXPECT_EQ(effect->getParameter(5), 0.9f);
-}
 
-TEST_F(EditorMouseTest, WheelStepsAKnobByItsTaperedIncrement)
-{
-    // "Attack" at 0.04 with taper 0.5: one detent is 0.05 * sqrt(0.04).
+    // The wheel: "Attack" at 0.04 with taper 0.5, one detent is
+    // 0.05 * sqrt(0.04).
+    effect->hostCalls.clear();
     moveTo(370, 330);
     desktop->pressButton(4);
     desktop->releaseButton(4);
@@ -142,7 +140,7 @@ TEST_F(EditorMouseTest, WheelStepsAKnobByItsTaperedIncrement)
     EXPECT_NEAR(effect->getParameter(1), 0.05f - 0.05f * std::sqrt(0.05f), 1e-6f);
 }
 
-TEST_F(EditorMouseTest, ClickingASwitchTogglesItsParameter)
+TEST_F(EditorMouseTest, ClickingASwitchTogglesItAndClickingAMeterClearsItsHold)
 {
     click(124, 384);
     ASSERT_TRUE(waitForAutomations(1));
@@ -152,9 +150,22 @@ TEST_F(EditorMouseTest, ClickingASwitchTogglesItsParameter)
     ASSERT_TRUE(waitForAutomations(2));
     EXPECT_EQ(effect->automations().back().value, 0.0f);
     EXPECT_EQ(editor().getControl(4)->getValue(), 0.0f);
+
+    // A click on a meter clears its hold and edits nothing.
+    effect->hostCalls.clear();
+    CVUMeter* peak = editor().getMeter(5);
+    effect->outputPeak[0] = 0.5f; // -6.02 dB
+    effect->dispatch(effEditIdle);
+    effect->outputPeak[0] = 0.1f; // -20 dB
+    effect->dispatch(effEditIdle);
+    ASSERT_NEAR(peak->getPeakHold(), -6.0206f, 1e-3f);
+    click(401, 140);
+    // Reset, then the next reading becomes the hold.
+    ASSERT_TRUE(idleUntil([peak] { return std::fabs(peak->getPeakHold() + 20.0f) < 1e-3f; }));
+    EXPECT_TRUE(effect->automations().empty());
 }
 
-TEST_F(EditorMouseTest, ChoosingAMenuEntrySendsItsNormalisedValue)
+TEST_F(EditorMouseTest, ChoosingAMenuEntrySendsItsNormalisedValueAClickOutsideChangesNothing)
 {
     auto* scale = dynamic_cast<CMyOptionMenu*>(editor().getControl(6));
     click(420, 248);
@@ -175,11 +186,9 @@ TEST_F(EditorMouseTest, ChoosingAMenuEntrySendsItsNormalisedValue)
     ASSERT_TRUE(waitForAutomations(2));
     EXPECT_EQ(effect->automations().back().index, 11);
     EXPECT_EQ(effect->automations().back().value, 1.0f);
-}
 
-TEST_F(EditorMouseTest, ClickingOutsideAnOpenListClosesItUnchanged)
-{
-    auto* scale = dynamic_cast<CMyOptionMenu*>(editor().getControl(6));
+    // A click outside an open list closes it unchanged.
+    effect->hostCalls.clear();
     click(420, 248);
     ASSERT_TRUE(idleUntil([scale] { return scale->isOpen(); }));
     // Over the "Release" knob, which must not see the click either.
@@ -187,21 +196,7 @@ TEST_F(EditorMouseTest, ClickingOutsideAnOpenListClosesItUnchanged)
     ASSERT_TRUE(idleUntil([scale] { return !scale->isOpen(); }));
     idleFor(50);
     EXPECT_TRUE(effect->automations().empty());
-    EXPECT_EQ(scale->getCurrentIndex(), 0);
-}
-
-TEST_F(EditorMouseTest, ClickingAMeterClearsItsPeakHold)
-{
-    CVUMeter* peak = editor().getMeter(5);
-    effect->outputPeak[0] = 0.5f; // -6.02 dB
-    effect->dispatch(effEditIdle);
-    effect->outputPeak[0] = 0.1f; // -20 dB
-    effect->dispatch(effEditIdle);
-    ASSERT_NEAR(peak->getPeakHold(), -6.0206f, 1e-3f);
-    click(401, 140);
-    // Reset, then the next reading becomes the hold.
-    ASSERT_TRUE(idleUntil([peak] { return std::fabs(peak->getPeakHold() + 20.0f) < 1e-3f; }));
-    EXPECT_TRUE(effect->automations().empty());
+    EXPECT_EQ(scale->getCurrentIndex(), 2);
 }
 
 TEST_F(EditorMouseTest, LinkButtonOpensTheProductPageWithXdgOpen)

@@ -5,26 +5,6 @@
 
 namespace
 {
-struct Range
-{
-    const char* label;
-    const char* format;
-    float minimum;
-    float maximum;
-    float defaultValue;
-};
-
-// The plug-in's parameters: label, format, range and default in units.
-const Range ranges[kNumParameters] = {
-    {"dB", "%+2.1f", -20.0f, 20.0f, 0.0f},   {"s", "%1.4f", 0.0f, 1.0f, 0.04f},
-    {"s", "%1.4f", 0.0f, 1.0f, 0.5f},        {"s", "%1.4f", 0.0f, 0.003f, 0.001f},
-    {"", "%2.1f", 0.0f, 1.0f, 0.0f},         {"dB", "%2.1f", -10.0f, 0.0f, -0.1f},
-    {"", "%2.0f", 0.0f, 3.0f, 0.0f},         {"%", "%2.0f", 0.0f, 100.0f, 35.0f},
-    {"", "%1.0f", 0.0f, 1.0f, 1.0f},         {"", "%1.0f", 0.0f, 1.0f, 0.0f},
-    {"%", "%2.0f", 0.0f, 100.0f, 20.0f},     {"", "%2.0f", 0.0f, 3.0f, 0.0f},
-    {"%", "%2.0f", 0.0f, 100.0f, 100.0f},
-};
-
 bool isIndex(VstInt32 index)
 {
     return index >= 0 && index < kNumParameters;
@@ -42,8 +22,7 @@ TestEffect::TestEffect()
     cEffect.user = this;
     for (int i = 0; i < kNumParameters; ++i)
     {
-        const Range& r = ranges[i];
-        values[i] = (r.defaultValue - r.minimum) / (r.maximum - r.minimum);
+        values[i] = parameterTable[i].toNormalised(parameterTable[i].defaultValue);
     }
     setEditor(new CMyVSTEditor(this, this));
 }
@@ -103,8 +82,7 @@ float TestEffect::getPlainValue(VstInt32 index)
     {
         return 0.0f;
     }
-    const Range& r = ranges[index];
-    return r.minimum + values[index] * (r.maximum - r.minimum);
+    return parameterTable[index].toUnits(values[index]);
 }
 
 void TestEffect::getParameterDisplay(VstInt32 index, char* text)
@@ -112,14 +90,14 @@ void TestEffect::getParameterDisplay(VstInt32 index, char* text)
     char buffer[64] = {};
     if (isIndex(index))
     {
-        std::snprintf(buffer, sizeof buffer, ranges[index].format, getPlainValue(index));
+        std::snprintf(buffer, sizeof buffer, parameterTable[index].format, getPlainValue(index));
     }
     vst_strncpy(text, buffer, kVstMaxParamStrLen);
 }
 
 void TestEffect::getParameterLabel(VstInt32 index, char* text)
 {
-    vst_strncpy(text, isIndex(index) ? ranges[index].label : "", kVstMaxParamStrLen);
+    vst_strncpy(text, isIndex(index) ? parameterTable[index].label : "", kVstMaxParamStrLen);
 }
 
 void TestEffect::getParameterText(VstInt32 index, char* text)

@@ -6,7 +6,7 @@
 
 #include <vector>
 
-// A stand-in for the plug-in: the same 13 parameters (ranges, formats and
+// A stand-in for the plug-in: its parameter table (ranges, formats and
 // labels), meter readings the test sets, and a host callback that records
 // what the effect tells the host. It owns a CMyVSTEditor, as the plug-in
 // does, and reaches it through the SDK's dispatcher like a host would.
