@@ -1,7 +1,9 @@
 #include "CMyVSTPlugin.h"
 
 #include "AEffEditor.h"
+#ifdef PALISORNE_WITH_EDITOR
 #include "CMyVSTEditor.h"
+#endif
 #include "LimiterSettings.h"
 #include "ParameterTable.h"
 
@@ -30,7 +32,9 @@ CMyVSTPlugin::CMyVSTPlugin(audioMasterCallback audioMaster, int numInputs, int n
     }
 
     initialise();
+#ifdef PALISORNE_WITH_EDITOR
     setEditor(new CMyVSTEditor(this, this));
+#endif
 }
 
 CMyVSTPlugin::~CMyVSTPlugin() = default;
