@@ -7,11 +7,11 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 build=${BUILD_DIR:-$root/build-windows}
 BUILD_DIR=$build bash "$root/scripts/build-windows.sh"
 export WINEPREFIX=$build/wineprefix WINEDEBUG=-all
-if [ ! -f "$WINEPREFIX/system.reg" ]; then
-  echo "creating the wine prefix $WINEPREFIX"
-  wineboot --init >/dev/null 2>&1
-fi
-# One wine server for all the test programs, stopped when they are done.
+[ -f "$WINEPREFIX/system.reg" ] || echo "creating the wine prefix $WINEPREFIX"
+# One wine server for all the test programs, stopped when they are done. Its
+# service processes start here, away from the test programs' output pipes,
+# which they would otherwise hold open.
 wineserver --persistent
 trap 'wineserver --kill || true' EXIT
+wineboot --init >/dev/null 2>&1
 (cd "$build" && ctest --output-on-failure)

@@ -53,6 +53,7 @@ std::string quoted(const std::string& argument)
     return text + "\"";
 }
 
+// Everything the child writes, its text-mode line ends ("\r\n") read as "\n".
 void readAll(HANDLE from, std::string& into)
 {
     char buffer[4096];
@@ -62,6 +63,15 @@ void readAll(HANDLE from, std::string& into)
         into.append(buffer, count);
     }
     CloseHandle(from);
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < into.size(); ++i)
+    {
+        if (!(into[i] == '\r' && i + 1 < into.size() && into[i + 1] == '\n'))
+        {
+            into[kept++] = into[i];
+        }
+    }
+    into.resize(kept);
 }
 }
 
