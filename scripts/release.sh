@@ -13,19 +13,19 @@ windows=${WINDOWS_BUILD_DIR:-$root/build-windows}
 BUILD_DIR=$linux BUILD_TARGET=KW_Palisorne bash "$root/scripts/build.sh"
 BUILD_DIR=$windows BUILD_TARGET=KW_Palisorne bash "$root/scripts/build-windows.sh"
 
-pack() # <archive> <format> <module>
+pack() # <archive> <cmake -E tar mode> <format> <module>
 {
   local staging
   staging=$(mktemp -d)
   trap 'rm -rf "$staging"' RETURN
   local folder=$staging/KW_Palisorne-$version
   mkdir -p "$folder"
-  cp "$3" "$root/README.md" "$folder/"
-  (cd "$staging" && cmake -E tar cf "$1.part" --format="$2" "KW_Palisorne-$version")
+  cp "$4" "$root/README.md" "$folder/"
+  (cd "$staging" && cmake -E tar "$2" "$1.part" --format="$3" "KW_Palisorne-$version")
   mv "$1.part" "$1"
   echo "$1"
 }
 
 mkdir -p "$out"
-pack "$out/KW_Palisorne-$version-linux-x86_64.tar.gz" gnutar "$linux/shell/KW_Palisorne.so"
-pack "$out/KW_Palisorne-$version-windows-x64.zip" zip "$windows/shell/KW_Palisorne.dll"
+pack "$out/KW_Palisorne-$version-linux-x86_64.tar.gz" czf gnutar "$linux/shell/KW_Palisorne.so"
+pack "$out/KW_Palisorne-$version-windows-x64.zip" cf zip "$windows/shell/KW_Palisorne.dll"

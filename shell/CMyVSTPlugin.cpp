@@ -1,9 +1,7 @@
 #include "CMyVSTPlugin.h"
 
 #include "AEffEditor.h"
-#ifdef PALISORNE_WITH_EDITOR
 #include "CMyVSTEditor.h"
-#endif
 #include "LimiterSettings.h"
 #include "ParameterTable.h"
 
@@ -32,9 +30,7 @@ CMyVSTPlugin::CMyVSTPlugin(audioMasterCallback audioMaster, int numInputs, int n
     }
 
     initialise();
-#ifdef PALISORNE_WITH_EDITOR
     setEditor(new CMyVSTEditor(this, this));
-#endif
 }
 
 CMyVSTPlugin::~CMyVSTPlugin() = default;

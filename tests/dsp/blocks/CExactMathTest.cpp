@@ -169,18 +169,14 @@ TEST(CExactMathTest, EveryTableAndSettingArgumentIsCorrectlyRounded)
 
 TEST(CExactMathTest, ExactValuesAndTheEndsOfTheRange)
 {
-    // Results a float holds exactly come out exactly.
-    EXPECT_EQ(CExactMath::exp(0.0f), 1.0f);
-    EXPECT_EQ(CExactMath::exp10(0.0f), 1.0f);
+    // Results a float holds exactly come out exactly (zero arguments are in
+    // the sweeps).
     EXPECT_EQ(CExactMath::exp10(1.0f), 10.0f);
     EXPECT_EQ(CExactMath::exp10(-3.0f), 0.001f);
     EXPECT_EQ(CExactMath::pow(2.0f, 10.0f), 1024.0f);
     EXPECT_EQ(CExactMath::pow(9.0f, 0.5f), 3.0f);
     EXPECT_EQ(CExactMath::log10(1.0f), 0.0f);
     EXPECT_EQ(CExactMath::log10(1e6f), 6.0f);
-    EXPECT_EQ(CExactMath::sin(0.0f), 0.0f);
-    EXPECT_EQ(CExactMath::cos(0.0f), 1.0f);
-    EXPECT_EQ(CExactMath::atan(0.0f), 0.0f);
     // Odd functions stay odd.
     EXPECT_EQ(CExactMath::sin(-0.5f), -CExactMath::sin(0.5f));
     EXPECT_EQ(CExactMath::atan(-3.0f), -CExactMath::atan(3.0f));
