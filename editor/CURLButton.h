@@ -1,19 +1,17 @@
 #pragma once
 
 #include "CKickButton.h"
+#include "platform/CWebPageOpener.h"
 
 #include <string>
-#include <sys/types.h>
 
 // A push button that opens a web page in the desktop's browser when
-// released (xdg-open, started directly: no shell ever sees the address).
+// released (see CWebPageOpener).
 class CURLButton : public CKickButton
 {
 public:
     CURLButton(const CRect& size, CControlListener* listener, int tag,
                std::shared_ptr<const CBitmap> background);
-    // Reaps the opener if it has finished.
-    ~CURLButton() override;
 
     void setURL(const char* address);
     const std::string& getURL() const { return address; }
@@ -22,9 +20,6 @@ protected:
     bool onRelease() override;
 
 private:
-    void openURL();
-    void reapOpener();
-
     std::string address;
-    pid_t opener;
+    CWebPageOpener opener;
 };

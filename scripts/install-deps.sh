@@ -11,6 +11,7 @@ packages=(
   dpf-source libcairo2-dev libx11-dev libxext-dev libxrandr-dev libxcursor-dev
   xvfb x11-utils xdotool libxtst-dev fonts-dejavu-core
   sox lsp-plugins-vst zam-plugins
+  g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine wine64
 )
 if [ "${PALISORNE_WITH_ARDOUR:-0}" = 1 ]; then packages+=(ardour); fi
 

@@ -1,6 +1,11 @@
 #include "AudioEffect.h"
 
+// On Windows exports.def names the exports.
+#ifdef _WIN32
+#define PALISORNE_EXPORT extern "C"
+#else
 #define PALISORNE_EXPORT extern "C" __attribute__((visibility("default")))
+#endif
 
 // The host's entry: null when the host reports no VST version or when no
 // effect could be made; nothing is thrown across the interface.

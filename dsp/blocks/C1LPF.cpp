@@ -1,5 +1,7 @@
 #include "blocks/C1LPF.h"
 
+#include "blocks/CExactMath.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -26,7 +28,7 @@ void C1LPF::setNormFreq(float fn)
 {
     // The limit comes first so that a NaN also ends up at the floor.
     normFreq = std::max(minNormFreq, fn);
-    pole = std::exp(-2.0f * std::atan(pi * normFreq));
+    pole = CExactMath::exp(-2.0f * CExactMath::atan(pi * normFreq));
 }
 
 void C1LPF::setTimeConstant(float seconds, float sampleRate)

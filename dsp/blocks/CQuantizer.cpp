@@ -1,5 +1,7 @@
 #include "blocks/CQuantizer.h"
 
+#include "blocks/CExactMath.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -88,10 +90,10 @@ void CQuantizer::updateCoefficients()
         q = 1.5f;
     }
 
-    const float A = std::pow(10.0f, gainDb / 40.0f);
+    const float A = CExactMath::exp10(gainDb / 40.0f);
     const float w = twoPi * corner / sampleRate;
-    const float cs = std::cos(w);
-    const float sn = std::sin(w);
+    const float cs = CExactMath::cos(w);
+    const float sn = CExactMath::sin(w);
     const float alpha = sn / (2.0f * q);
     const float r = 2.0f * std::sqrt(A);
 

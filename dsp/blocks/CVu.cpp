@@ -1,5 +1,7 @@
 #include "blocks/CVu.h"
 
+#include "blocks/CExactMath.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -41,8 +43,8 @@ void CVu::setTime(float seconds, float sampleRate, int decimation)
     sampleRate = std::min(maxSampleRate, std::max(minSampleRate, sampleRate));
     seconds = std::max(minSeconds, seconds);
     const float updateRate = sampleRate / static_cast<float>(decimation);
-    fall = std::exp(-1.0f / (seconds * updateRate));
-    rise = std::exp(1.0f / (seconds * updateRate));
+    fall = CExactMath::exp(-1.0f / (seconds * updateRate));
+    rise = CExactMath::exp(1.0f / (seconds * updateRate));
 }
 
 void CVu::setInverted(bool on)

@@ -1,5 +1,6 @@
 #include "limiter/CLimiter.h"
 
+#include "blocks/CExactMath.h"
 #include "limiter/CFrameSaturation.h"
 #include "limiter/CGainSmoother.h"
 #include "limiter/CInputStage.h"
@@ -27,12 +28,12 @@ constexpr auto relaxed = std::memory_order_relaxed;
 
 float dBToGain(float dB)
 {
-    return std::pow(10.0f, dB * 0.05f);
+    return CExactMath::exp10(dB * 0.05f);
 }
 
 float timeToCoef(float seconds, float fs)
 {
-    return std::exp(-1.0f / (fs * seconds));
+    return CExactMath::exp(-1.0f / (fs * seconds));
 }
 }
 
@@ -113,7 +114,7 @@ void CLimiter::updateLookahead(float seconds)
     int samples = int(std::min(fs * seconds + 0.5f, float(delayMask - 4)));
     samples = std::max(samples, 4);
     lookaheadSamples.store(samples, relaxed);
-    smoothCoef.store(std::exp(-10.0f / float(samples)), relaxed);
+    smoothCoef.store(CExactMath::exp(-10.0f / float(samples)), relaxed);
 }
 
 void CLimiter::configureChannels()

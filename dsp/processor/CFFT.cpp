@@ -1,5 +1,6 @@
 #include "processor/CFFT.h"
 
+#include "blocks/CExactMath.h"
 #include "processor/FFTKernels.h"
 
 #include <algorithm>
@@ -71,15 +72,15 @@ void CFFT::makeTables()
     if (twiddleCount > 2)
     {
         const int half = twiddleCount / 2;
-        const float delta = std::atan(1.0f) / float(half);
+        const float delta = CExactMath::atan(1.0f) / float(half);
         w[0] = 1.0f;
         w[1] = 0.0f;
-        w[half] = std::cos(delta * float(half));
+        w[half] = CExactMath::cos(delta * float(half));
         w[half + 1] = w[half];
         for (int j = 2; j < half; j += 2)
         {
-            const float x = std::cos(delta * float(j));
-            const float y = std::sin(delta * float(j));
+            const float x = CExactMath::cos(delta * float(j));
+            const float y = CExactMath::sin(delta * float(j));
             w[j] = x;
             w[j + 1] = y;
             w[twiddleCount - j] = y;
@@ -94,13 +95,13 @@ void CFFT::makeTables()
     if (splitCount > 1)
     {
         const int half = splitCount / 2;
-        const float delta = std::atan(1.0f) / float(half);
-        c[0] = std::cos(delta * float(half));
+        const float delta = CExactMath::atan(1.0f) / float(half);
+        c[0] = CExactMath::cos(delta * float(half));
         c[half] = 0.5f * c[0];
         for (int j = 1; j < half; ++j)
         {
-            c[j] = 0.5f * std::cos(delta * float(j));
-            c[splitCount - j] = 0.5f * std::sin(delta * float(j));
+            c[j] = 0.5f * CExactMath::cos(delta * float(j));
+            c[splitCount - j] = 0.5f * CExactMath::sin(delta * float(j));
         }
     }
 

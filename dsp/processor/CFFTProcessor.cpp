@@ -1,5 +1,7 @@
 #include "processor/CFFTProcessor.h"
 
+#include "blocks/CExactMath.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -156,9 +158,9 @@ void CFFTProcessor::setWindow(int type)
         for (int j = 0; j < n; ++j)
         {
             const float t = float(j) + 0.5f;
-            float v = std::sin(pi * t * r);
+            float v = CExactMath::sin(pi * t * r);
             if (type == 0)
-                v = std::sin(pi / 2.0f * (v * v));
+                v = CExactMath::sin(pi / 2.0f * (v * v));
             analysis[size_t(j)] = r * v * sqrtTwo;
             synthesis[size_t(j)] = s * v * sqrtHalf;
         }
@@ -167,8 +169,8 @@ void CFFTProcessor::setWindow(int type)
         for (int j = 0; j < n; ++j)
         {
             const float t = float(j) + 0.5f;
-            const float v = 0.35875f - 0.48829f * std::cos(2.0f * pi * t * r) + 0.14128f * std::cos(4.0f * pi * t * r)
-                            - 0.01168f * std::cos(6.0f * pi * t * r);
+            const float v = 0.35875f - 0.48829f * CExactMath::cos(2.0f * pi * t * r) + 0.14128f * CExactMath::cos(4.0f * pi * t * r)
+                            - 0.01168f * CExactMath::cos(6.0f * pi * t * r);
             synthesis[size_t(j)] = v * s * 0.5f;
             analysis[size_t(j)] = v * r * 2.0f;
         }

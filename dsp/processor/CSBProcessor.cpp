@@ -1,5 +1,7 @@
 #include "processor/CSBProcessor.h"
 
+#include "blocks/CExactMath.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -23,7 +25,7 @@ void CSBProcessor::update()
 {
     CFFTProcessor::update();
     buildBands();
-    powerCoef = std::exp(-float(hop) / (smoothTime * 0.5f * fs));
+    powerCoef = CExactMath::exp(-float(hop) / (smoothTime * 0.5f * fs));
 }
 
 void CSBProcessor::buildBands()
@@ -47,18 +49,18 @@ void CSBProcessor::buildBands()
         const float fc = std::min(std::max(bandCentre[size_t(b)], 20.0f), 20000.0f);
         const float F = fc / 1000.0f;
         const float dip = (F - 3.3f) * (F - 3.3f);
-        const float thresholdDb = 3.64f * std::pow(F, -0.8f) - 6.5f * std::exp(-0.6f * dip) + 0.001f * std::pow(F, 4.0f)
+        const float thresholdDb = 3.64f * CExactMath::pow(F, -0.8f) - 6.5f * CExactMath::exp(-0.6f * dip) + 0.001f * CExactMath::pow(F, 4.0f)
                                   - 100.0f;
-        threshold[size_t(b)] = std::pow(10.0f, 0.1f * thresholdDb);
+        threshold[size_t(b)] = CExactMath::exp10(0.1f * thresholdDb);
 
-        const float x = std::min(slope * 20.0f * std::log10(erb * float(n) / fs) - 11.0f, 0.0f);
-        weight[size_t(b)] = std::pow(10.0f, 0.1f * x);
+        const float x = std::min(slope * 20.0f * CExactMath::log10(erb * float(n) / fs) - 11.0f, 0.0f);
+        weight[size_t(b)] = CExactMath::exp10(0.1f * x);
 
         i = e;
     }
     bandCount = b;
-    upSpread = std::pow(10.0f, -10.0f * widthFactor * 0.1f);
-    downSpread = std::pow(10.0f, -20.0f * widthFactor * 0.1f);
+    upSpread = CExactMath::exp10(-10.0f * widthFactor * 0.1f);
+    downSpread = CExactMath::exp10(-20.0f * widthFactor * 0.1f);
 }
 
 void CSBProcessor::bandPower(const float* specA, const float* specB, float* power, float coef)

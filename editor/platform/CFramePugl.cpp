@@ -71,6 +71,9 @@ CFrame::CFrame(uintptr_t parentWindow, int width, int height)
     puglSetBackend(view, getPuglDrawingBackend());
     puglSetHandle(view, this);
     puglSetViewHint(view, PUGL_RESIZABLE, PUGL_FALSE);
+    // The drawing back ends paint through back buffers of their own; a
+    // double-buffered pixel format would hide GDI painting on Windows.
+    puglSetViewHint(view, PUGL_DOUBLE_BUFFER, PUGL_FALSE);
     puglSetEventFunc(view, onEvent);
     puglSetSizeHint(view, PUGL_DEFAULT_SIZE, static_cast<PuglSpan>(width), static_cast<PuglSpan>(height));
     if (puglRealize(view) == PUGL_SUCCESS)

@@ -1,7 +1,5 @@
 #include "VstModule.h"
 
-#include <dlfcn.h>
-
 #include <cstring>
 #include <stdexcept>
 
@@ -29,22 +27,16 @@ void copyHostText(void* destination, const char* text, std::size_t maxChars)
 }
 
 VstModule::VstModule(const std::string& path)
-    : modulePath(path), library(nullptr), aeffect(nullptr), hostSampleRate(44100.0f), hostBlockSize(1024)
+    : modulePath(path), library(std::make_unique<SharedLibrary>(path)), aeffect(nullptr), hostSampleRate(44100.0f),
+      hostBlockSize(1024)
 {
-    library = dlopen(path.c_str(), RTLD_LOCAL | RTLD_NOW);
-    if (!library)
-    {
-        const char* reason = dlerror();
-        throw std::runtime_error("cannot load " + path + ": " + (reason ? reason : "unknown reason"));
-    }
-    void* entry = dlsym(library, "VSTPluginMain");
+    void* entry = library->symbol("VSTPluginMain");
     if (!entry)
     {
-        entry = dlsym(library, "main");
+        entry = library->symbol("main");
     }
     if (!entry)
     {
-        dlclose(library);
         throw std::runtime_error(path + " is not a VST 2 plug-in: it exports neither VSTPluginMain nor main");
     }
     VstPluginMainProc pluginMain = reinterpret_cast<VstPluginMainProc>(entry);
@@ -53,12 +45,10 @@ VstModule::VstModule(const std::string& path)
     instanceBeingCreated = nullptr;
     if (!created)
     {
-        dlclose(library);
         throw std::runtime_error(path + ": the plug-in's entry point created no effect");
     }
     if (created->magic != kEffectMagic)
     {
-        dlclose(library);
         throw std::runtime_error(path + " is not a VST 2 plug-in: the effect record has the wrong magic number");
     }
     aeffect = created;
@@ -68,7 +58,6 @@ VstModule::VstModule(const std::string& path)
 VstModule::~VstModule()
 {
     close();
-    dlclose(library);
 }
 
 VstIntPtr VstModule::dispatch(VstInt32 opcode, VstInt32 index, VstIntPtr value, void* ptr, float opt)

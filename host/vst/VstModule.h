@@ -1,14 +1,16 @@
 #pragma once
 
+#include "SharedLibrary.h"
 #include "aeffectx.h"
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 // One VST 2.4 effect loaded from a module file, as a host sees it.
 //
-// The constructor loads the module (dlopen, RTLD_LOCAL | RTLD_NOW), calls
+// The constructor loads the module (see SharedLibrary), calls
 // its entry point (VSTPluginMain, or main for older modules) with this
 // host's callback and checks the returned AEffect; it sends nothing else.
 // A usual start is open(), setSampleRate(), setBlockSize(), resume(); then
@@ -110,7 +112,7 @@ private:
     std::string readText(VstInt32 opcode, VstInt32 index, VstIntPtr value = 0);
 
     std::string modulePath;
-    void* library;
+    std::unique_ptr<SharedLibrary> library;
     AEffect* aeffect;
     float hostSampleRate;
     VstInt32 hostBlockSize;

@@ -7,7 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#ifndef _WIN32
 #define __cdecl
+#endif
 #include "vst.h"
 
 static_assert(sizeof(AEffect) == sizeof(vst_effect), "record size");

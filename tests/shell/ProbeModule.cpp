@@ -10,7 +10,11 @@
 
 #include <cstring>
 
+#ifdef _WIN32
+#define PROBE_EXPORT extern "C" __declspec(dllexport)
+#else
 #define PROBE_EXPORT extern "C" __attribute__((visibility("default")))
+#endif
 
 namespace
 {

@@ -1,5 +1,160 @@
 #include "ProcessRunner.h"
 
+namespace
+{
+// Our environment with extraEnvironment added to or replacing its entries.
+std::vector<std::string> mergedEnvironment(const std::vector<std::string>& current,
+                                           const std::vector<std::string>& extraEnvironment)
+{
+    std::vector<std::string> environment;
+    for (const std::string& variable : current)
+    {
+        bool replaced = false;
+        for (const std::string& extra : extraEnvironment)
+        {
+            replaced = replaced || variable.compare(0, extra.find('=') + 1, extra, 0, extra.find('=') + 1) == 0;
+        }
+        if (!replaced)
+        {
+            environment.push_back(variable);
+        }
+    }
+    environment.insert(environment.end(), extraEnvironment.begin(), extraEnvironment.end());
+    return environment;
+}
+}
+
+#ifdef _WIN32
+#include <windows.h>
+
+#include <cstring>
+#include <functional>
+#include <thread>
+
+namespace
+{
+// One argument as the C runtime's command-line parser reads it back.
+std::string quoted(const std::string& argument)
+{
+    std::string text = "\"";
+    std::size_t backslashes = 0;
+    for (char c : argument)
+    {
+        if (c == '\\')
+        {
+            ++backslashes;
+            continue;
+        }
+        text.append(c == '"' ? 2 * backslashes + 1 : backslashes, '\\');
+        backslashes = 0;
+        text += c;
+    }
+    text.append(2 * backslashes, '\\');
+    return text + "\"";
+}
+
+// Everything the child writes, its text-mode line ends ("\r\n") read as "\n".
+void readAll(HANDLE from, std::string& into)
+{
+    char buffer[4096];
+    DWORD count = 0;
+    while (ReadFile(from, buffer, sizeof buffer, &count, nullptr) && count > 0)
+    {
+        into.append(buffer, count);
+    }
+    CloseHandle(from);
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < into.size(); ++i)
+    {
+        if (!(into[i] == '\r' && i + 1 < into.size() && into[i + 1] == '\n'))
+        {
+            into[kept++] = into[i];
+        }
+    }
+    into.resize(kept);
+}
+}
+
+ProcessResult runProcess(const std::vector<std::string>& argv, const std::vector<std::string>& extraEnvironment)
+{
+    ProcessResult result;
+    if (argv.empty())
+    {
+        return result;
+    }
+    std::vector<std::string> current;
+    char* block = GetEnvironmentStringsA();
+    for (const char* entry = block; *entry; entry += std::strlen(entry) + 1)
+    {
+        current.emplace_back(entry);
+    }
+    FreeEnvironmentStringsA(block);
+    std::string environment;
+    for (const std::string& variable : mergedEnvironment(current, extraEnvironment))
+    {
+        environment += variable + '\0';
+    }
+    environment += '\0';
+    std::string commandLine;
+    for (const std::string& argument : argv)
+    {
+        commandLine += (commandLine.empty() ? "" : " ") + quoted(argument);
+    }
+
+    SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
+    HANDLE outRead = nullptr;
+    HANDLE outWrite = nullptr;
+    HANDLE errRead = nullptr;
+    HANDLE errWrite = nullptr;
+    if (!CreatePipe(&outRead, &outWrite, &inheritable, 0))
+    {
+        return result;
+    }
+    if (!CreatePipe(&errRead, &errWrite, &inheritable, 0))
+    {
+        CloseHandle(outRead);
+        CloseHandle(outWrite);
+        return result;
+    }
+    SetHandleInformation(outRead, HANDLE_FLAG_INHERIT, 0);
+    SetHandleInformation(errRead, HANDLE_FLAG_INHERIT, 0);
+    HANDLE nothing = CreateFileA("NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, &inheritable, OPEN_EXISTING,
+                                 0, nullptr);
+    STARTUPINFOA startup = {};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdInput = nothing;
+    startup.hStdOutput = outWrite;
+    startup.hStdError = errWrite;
+    PROCESS_INFORMATION process = {};
+    const BOOL started = CreateProcessA(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, environment.data(),
+                                        nullptr, &startup, &process);
+    CloseHandle(outWrite);
+    CloseHandle(errWrite);
+    if (nothing != INVALID_HANDLE_VALUE)
+    {
+        CloseHandle(nothing);
+    }
+    // Both pipes are drained together, so a child that fills one while we
+    // wait on the other cannot stall.
+    std::thread errReader(readAll, errRead, std::ref(result.err));
+    readAll(outRead, result.out);
+    errReader.join();
+    if (!started)
+    {
+        return result;
+    }
+    result.started = true;
+    WaitForSingleObject(process.hProcess, INFINITE);
+    DWORD exitCode = 0;
+    GetExitCodeProcess(process.hProcess, &exitCode);
+    result.exitCode = static_cast<int>(exitCode);
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+    return result;
+}
+
+#else
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
@@ -27,21 +182,12 @@ std::vector<char*> pointers(std::vector<std::string>& texts)
 ProcessResult runProcess(const std::vector<std::string>& argv, const std::vector<std::string>& extraEnvironment)
 {
     ProcessResult result;
-    std::vector<std::string> environment;
+    std::vector<std::string> current;
     for (char** entry = environ; *entry; ++entry)
     {
-        const std::string variable(*entry);
-        bool replaced = false;
-        for (const std::string& extra : extraEnvironment)
-        {
-            replaced = replaced || variable.compare(0, extra.find('=') + 1, extra, 0, extra.find('=') + 1) == 0;
-        }
-        if (!replaced)
-        {
-            environment.push_back(variable);
-        }
+        current.emplace_back(*entry);
     }
-    environment.insert(environment.end(), extraEnvironment.begin(), extraEnvironment.end());
+    std::vector<std::string> environment = mergedEnvironment(current, extraEnvironment);
     std::vector<std::string> arguments = argv;
     if (arguments.empty())
     {
@@ -116,3 +262,4 @@ ProcessResult runProcess(const std::vector<std::string>& argv, const std::vector
     result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     return result;
 }
+#endif

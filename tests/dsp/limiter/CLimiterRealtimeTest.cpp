@@ -8,6 +8,9 @@
 #include <atomic>
 #include <cmath>
 #include <cstdlib>
+#ifdef _WIN32
+#include <malloc.h>
+#endif
 #include <limits>
 #include <new>
 #include <random>
@@ -34,6 +37,30 @@ std::atomic<long> allocationCount{0};
 {
     std::free(p);
 }
+
+// Windows' C runtime has no aligned_alloc; its aligned blocks go back
+// through _aligned_free.
+#ifdef _WIN32
+void* allocateAligned(std::size_t alignment, std::size_t size)
+{
+    return _aligned_malloc(size, alignment);
+}
+
+[[gnu::noinline]] void releaseAligned(void* p) noexcept
+{
+    _aligned_free(p);
+}
+#else
+void* allocateAligned(std::size_t alignment, std::size_t size)
+{
+    return std::aligned_alloc(alignment, (size + alignment) / alignment * alignment);
+}
+
+void releaseAligned(void* p) noexcept
+{
+    release(p);
+}
+#endif
 }
 
 void* operator new(std::size_t size)
@@ -48,15 +75,15 @@ void* operator new(std::size_t size, std::align_val_t alignment)
 {
     allocationCount.fetch_add(1, std::memory_order_relaxed);
     const std::size_t a = static_cast<std::size_t>(alignment);
-    if (void* p = std::aligned_alloc(a, (size + a) / a * a))
+    if (void* p = allocateAligned(a, size))
         return p;
     throw std::bad_alloc();
 }
 
 void operator delete(void* p) noexcept { release(p); }
 void operator delete(void* p, std::size_t) noexcept { release(p); }
-void operator delete(void* p, std::align_val_t) noexcept { release(p); }
-void operator delete(void* p, std::size_t, std::align_val_t) noexcept { release(p); }
+void operator delete(void* p, std::align_val_t) noexcept { releaseAligned(p); }
+void operator delete(void* p, std::size_t, std::align_val_t) noexcept { releaseAligned(p); }
 
 // ---------------------------------------------------------------------------
 // Clearing

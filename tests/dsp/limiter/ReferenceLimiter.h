@@ -1,6 +1,7 @@
 #pragma once
 
 #include "blocks/C1HPF.h"
+#include "blocks/CExactMath.h"
 #include "blocks/C1LPF.h"
 #include "blocks/CQuantizer.h"
 #include "blocks/CVu.h"
@@ -255,8 +256,8 @@ private:
         float inputBandPower[512] = {};
     };
 
-    static float dBToGain(float dB) { return std::pow(10.0f, dB * 0.05f); }
-    float timeToCoef(float seconds) const { return std::exp(-1.0f / (fs * seconds)); }
+    static float dBToGain(float dB) { return CExactMath::exp10(dB * 0.05f); }
+    float timeToCoef(float seconds) const { return CExactMath::exp(-1.0f / (fs * seconds)); }
 
     template <typename T>
     void reconfigureOnChange(T& setting, T value)
@@ -281,7 +282,7 @@ private:
     void updateLookahead()
     {
         L = std::max(std::min(int(fs * lookaheadTime + 0.5f), mask - 4), 4);
-        smoothCoef = std::exp(-10.0f / float(L));
+        smoothCoef = CExactMath::exp(-10.0f / float(L));
     }
 
     // A frame that would clip: the soft clipper's distortion added where

@@ -1,3 +1,4 @@
+#include "blocks/CExactMath.h"
 #include "processor/CFFT.h"
 
 #include <gtest/gtest.h>
@@ -75,15 +76,15 @@ public:
         if (nw > 2)
         {
             const int nwh = nw / 2;
-            const float delta = std::atan(1.0f) / (float)nwh;
+            const float delta = CExactMath::atan(1.0f) / (float)nwh;
             w[0] = 1;
             w[1] = 0;
-            w[nwh] = std::cos(delta * (float)nwh);
+            w[nwh] = CExactMath::cos(delta * (float)nwh);
             w[nwh + 1] = w[nwh];
             for (int j = 2; j < nwh; j += 2)
             {
-                const float x = std::cos(delta * (float)j);
-                const float y = std::sin(delta * (float)j);
+                const float x = CExactMath::cos(delta * (float)j);
+                const float y = CExactMath::sin(delta * (float)j);
                 w[j] = x;
                 w[j + 1] = y;
                 w[nw - j] = y;
@@ -95,13 +96,13 @@ public:
         if (nc > 1)
         {
             const int nch = nc / 2;
-            const float delta = std::atan(1.0f) / (float)nch;
-            c[0] = std::cos(delta * (float)nch);
+            const float delta = CExactMath::atan(1.0f) / (float)nch;
+            c[0] = CExactMath::cos(delta * (float)nch);
             c[nch] = 0.5f * c[0];
             for (int j = 1; j < nch; ++j)
             {
-                c[j] = 0.5f * std::cos(delta * (float)j);
-                c[nc - j] = 0.5f * std::sin(delta * (float)j);
+                c[j] = 0.5f * CExactMath::cos(delta * (float)j);
+                c[nc - j] = 0.5f * CExactMath::sin(delta * (float)j);
             }
         }
     }
