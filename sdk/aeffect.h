@@ -14,7 +14,7 @@ typedef int32_t VstInt32;
 typedef int64_t VstInt64;
 typedef intptr_t VstIntPtr;
 
-// Hosts and modules on Linux use the platform's default calling convention.
+// x86-64 has one calling convention, on Linux and Windows alike.
 #define VSTCALLBACK
 
 struct AEffect;
