@@ -8,6 +8,8 @@ build=${BUILD_DIR:-$root/build-windows}
 BUILD_DIR=$build bash "$root/scripts/build-windows.sh"
 export WINEPREFIX=$build/wineprefix WINEDEBUG=-all
 [ -f "$WINEPREFIX/system.reg" ] || echo "creating the wine prefix $WINEPREFIX"
+# The wine server runs in the prefix, so the folder must exist before it starts.
+mkdir -p "$WINEPREFIX"
 displayFile=$(mktemp)
 Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp 3>"$displayFile" 2>/dev/null &
 xvfb=$!
