@@ -187,14 +187,17 @@ TEST_F(EditorMouseTest, ChoosingAMenuEntrySendsItsNormalisedValueAClickOutsideCh
     EXPECT_EQ(effect->automations().back().index, 11);
     EXPECT_EQ(effect->automations().back().value, 1.0f);
 
-    // A click outside an open list closes it unchanged.
+    // A click outside an open list closes it unchanged, and the panel
+    // comes back where the list was.
     effect->hostCalls.clear();
+    const unsigned long panel = desktop->pixelAt(430, 300);
     click(420, 248);
     ASSERT_TRUE(idleUntil([scale] { return scale->isOpen(); }));
+    EXPECT_TRUE(idleUntil([&] { return desktop->pixelAt(430, 300) != panel; })) << "no list drawn";
     // Over the "Release" knob, which must not see the click either.
     click(450, 340);
     ASSERT_TRUE(idleUntil([scale] { return !scale->isOpen(); }));
-    idleFor(50);
+    EXPECT_TRUE(idleUntil([&] { return desktop->pixelAt(430, 300) == panel; })) << "the list stays on screen";
     EXPECT_TRUE(effect->automations().empty());
     EXPECT_EQ(scale->getCurrentIndex(), 2);
 }

@@ -78,6 +78,18 @@ bool TestDesktop::getWindowSize(uintptr_t window, int& width, int& height) const
     return true;
 }
 
+unsigned long TestDesktop::pixelAt(int x, int y) const
+{
+    XImage* image = XGetImage(display, parent, x, y, 1, 1, AllPlanes, ZPixmap);
+    if (!image)
+    {
+        return 0;
+    }
+    const unsigned long pixel = XGetPixel(image, 0, 0);
+    XDestroyImage(image);
+    return pixel;
+}
+
 bool TestDesktop::isViewable(uintptr_t window) const
 {
     XWindowAttributes attributes;

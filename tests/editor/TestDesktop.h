@@ -23,6 +23,8 @@ public:
     // Size of a window and whether it is mapped and viewable.
     bool getWindowSize(uintptr_t window, int& width, int& height) const;
     bool isViewable(uintptr_t window) const;
+    // What the parent shows at a point (the editor's pixels over it).
+    unsigned long pixelAt(int x, int y) const;
 
     // Mouse in parent coordinates; buttons 1 (left), 4 and 5 (wheel).
     void moveMouse(int x, int y);
