@@ -128,18 +128,6 @@ TEST(ParameterSettingErrors, EachBadRequestNamesItsReason)
     EXPECT_NE(errorOf(probe, "Mode=1").find("use --set-norm"), std::string::npos);
 }
 
-TEST(ProgramSelection, ByNameIgnoringCaseOrByIndex)
-{
-    HostedPlugin probe(TestModules::delayProbe);
-    EXPECT_EQ(probe.selectProgram("quiet -6 DB"), 1);
-    EXPECT_EQ(probe.module().parameterDisplay(0), "-6.0");
-    EXPECT_EQ(probe.selectProgram("2"), 2);
-    EXPECT_EQ(probe.module().programName(), "Loud +6 dB");
-    EXPECT_THROW(probe.selectProgram("3"), HostError);
-    EXPECT_THROW(probe.selectProgram("Nonexistent"), HostError);
-    EXPECT_EQ(probe.module().program(), 2);
-}
-
 // Our limiter's parameters are linear between a minimum and a maximum; the
 // expected normalised values follow from those.
 TEST(ParameterSettingOurs, UnitsOfOurLimiterMapOntoItsRanges)
