@@ -104,15 +104,6 @@ TEST(ParameterSettingUnits, EachDisplayShapeGivesTheNormalisedValueItNeeds)
     EXPECT_EQ(probe.module().parameterDisplay(5), "-120.0");
 }
 
-TEST(ParameterSettingNormalised, ValuesBetweenZeroAndOneAreSetAsGiven)
-{
-    HostedPlugin probe(TestModules::delayProbe);
-    EXPECT_EQ(applied(probe, "Gain=0.75", true), 0.75f);
-    EXPECT_EQ(probe.module().getParameter(0), 0.75f);
-    EXPECT_EQ(applied(probe, "Mode=1", true), 1.0f);
-    EXPECT_EQ(probe.module().parameterDisplay(4), "On");
-}
-
 TEST(ParameterSettingErrors, EachBadRequestNamesItsReason)
 {
     HostedPlugin probe(TestModules::delayProbe);

@@ -68,7 +68,7 @@ TEST(RendererAlignment, KeptLatencyDelaysTheWholeInputAndFlushesItsTail)
     EXPECT_EQ(std::vector<float>(output.samples.begin() + 600, output.samples.end()), input.samples);
 }
 
-TEST(RendererShape, LengthRateChannelsAndSampleTypeFollowTheInputUnlessBitsAreGiven)
+TEST(RendererShape, LengthRateChannelsAndSampleTypeFollowTheInput)
 {
     ScratchDirectory scratch;
     TestAudio::noise(2, 22050, 3333, 0.5f, SF_FORMAT_WAV | SF_FORMAT_PCM_16).write(scratch.path("in.wav"));
@@ -86,13 +86,6 @@ TEST(RendererShape, LengthRateChannelsAndSampleTypeFollowTheInputUnlessBitsAreGi
     EXPECT_EQ(report.input.frames, 3333);
     EXPECT_EQ(report.output.frames, 3333);
     EXPECT_EQ(report.output.sampleRate, 22050);
-
-    settings.bits = "24";
-    Renderer(settings).run(nullptr);
-    const TestAudio wider = TestAudio::read(scratch.path("out.wav"));
-    EXPECT_EQ(wider.format, SF_FORMAT_WAV | SF_FORMAT_PCM_24);
-    // 24 bits hold every 16-bit value exactly.
-    EXPECT_EQ(wider.samples, input.samples);
 }
 
 TEST(RendererProgram, ProgramThenSettingsAreApplied)
@@ -128,7 +121,6 @@ TEST(RendererReport, LoudnessFiguresOfInputAndOutput)
     // LUFS within the meter's 0.05; the probe adds exactly 6 dB.
     EXPECT_NEAR(report.input.loudness.integratedLufs, 20.0 * std::log10(0.5), 0.05);
     EXPECT_NEAR(report.output.loudness.integratedLufs - report.input.loudness.integratedLufs, 6.0, 0.01);
-    ASSERT_EQ(report.output.loudness.truePeakDbtp.size(), 2u);
     EXPECT_NEAR(report.output.loudness.samplePeakDbfs[1], 20.0 * std::log10(0.5) + 6.0, 0.02);
     // Not our limiter: no ceiling, no warning; a louder output is no reduction.
     EXPECT_EQ(report.largestGainReductionDb, std::vector<double>(2, 0.0));
