@@ -212,7 +212,8 @@ int AudioFileFormat::integerBits(int format)
 
 std::string AudioFileFormat::kindName(int format)
 {
-    const int container = (format & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAVEX ? SF_FORMAT_WAV : format & SF_FORMAT_TYPEMASK;
+    const int stored = format & SF_FORMAT_TYPEMASK;
+    const int container = stored == SF_FORMAT_WAVEX ? SF_FORMAT_WAV : stored;
     for (const OutputKind& kind : outputKinds)
     {
         if (kind.container == container && (kind.sampleType == 0 || kind.sampleType == (format & SF_FORMAT_SUBMASK)))

@@ -66,36 +66,21 @@ int BenchCommand::run(std::ostream& out, const BenchSettings& settings)
     {
         JsonWriter json(out);
         json.beginObject();
-        json.key("seconds");
-        json.value(settings.seconds);
-        json.key("sample_rate");
-        json.value(settings.sampleRate);
-        json.key("block_frames");
-        json.value(settings.blockFrames);
-        json.key("passes");
-        json.value(settings.passes);
-        json.key("gain_db");
-        json.value(settings.gainDb);
+        json.field("seconds", settings.seconds);
+        json.field("sample_rate", settings.sampleRate);
+        json.field("block_frames", settings.blockFrames);
+        json.field("passes", settings.passes);
+        json.field("gain_db", settings.gainDb);
         json.key("plugins");
         json.beginArray();
         for (const BenchmarkResult& result : results)
         {
             json.beginObject();
-            json.key("name");
-            json.value(result.name);
-            json.key("path");
-            json.value(result.path);
-            json.key("latency_samples");
-            json.value(result.latencyFrames);
-            json.key("median_real_time_factor");
-            json.value(result.median);
-            json.key("real_time_factors");
-            json.beginArray();
-            for (double factor : result.realTimeFactors)
-            {
-                json.value(factor);
-            }
-            json.endArray();
+            json.field("name", result.name);
+            json.field("path", result.path);
+            json.field("latency_samples", result.latencyFrames);
+            json.field("median_real_time_factor", result.median);
+            json.field("real_time_factors", result.realTimeFactors);
             json.endObject();
         }
         json.endArray();

@@ -87,50 +87,34 @@ int InfoCommand::run(std::ostream& out, const std::string& pluginPath, double sa
     {
         JsonWriter writer(out);
         writer.beginObject();
-        const std::pair<const char*, std::string> texts[] = {
-            {"path", module.path()},         {"name", module.effectName()},
-            {"vendor", module.vendorString()}, {"product", module.productString()},
-            {"unique_id", id},               {"unique_id_hex", hexId},
-            {"category", categoryName(module.plugCategory())}};
-        for (const auto& [key, text] : texts)
-        {
-            writer.key(key);
-            writer.value(text);
-        }
-        const std::pair<const char*, int> numbers[] = {
-            {"vendor_version", module.vendorVersion()}, {"vst_version", module.vstVersion()},
-            {"inputs", module.numInputs()},             {"outputs", module.numOutputs()},
-            {"latency_samples", module.initialDelay()}, {"current_program", current}};
-        for (const auto& [key, number] : numbers)
-        {
-            writer.key(key);
-            writer.value(number);
-        }
-        writer.key("ours");
-        writer.value(plugin.isOurs());
-        writer.key("editor");
-        writer.value((module.flags() & effFlagsHasEditor) != 0);
+        writer.field("path", module.path());
+        writer.field("name", module.effectName());
+        writer.field("vendor", module.vendorString());
+        writer.field("product", module.productString());
+        writer.field("unique_id", id);
+        writer.field("unique_id_hex", std::string(hexId));
+        writer.field("category", categoryName(module.plugCategory()));
+        writer.field("vendor_version", module.vendorVersion());
+        writer.field("vst_version", module.vstVersion());
+        writer.field("inputs", module.numInputs());
+        writer.field("outputs", module.numOutputs());
+        writer.field("latency_samples", module.initialDelay());
+        writer.field("current_program", current);
+        writer.field("ours", plugin.isOurs());
+        writer.field("editor", (module.flags() & effFlagsHasEditor) != 0);
         writer.key("parameters");
         writer.beginArray();
         for (int index = 0; index < module.numParams(); ++index)
         {
             const ParameterRange range = rangeOf(module, index);
             writer.beginObject();
-            writer.key("index");
-            writer.value(index);
-            const std::pair<const char*, std::string> fields[] = {
-                {"name", NameMatch::trimmed(module.parameterName(index))},
-                {"unit", NameMatch::trimmed(module.parameterLabel(index))},
-                {"display", NameMatch::trimmed(module.parameterDisplay(index))},
-                {"lowest", range.lowest},
-                {"highest", range.highest}};
-            for (const auto& [key, text] : fields)
-            {
-                writer.key(key);
-                writer.value(text);
-            }
-            writer.key("normalised");
-            writer.value(static_cast<double>(module.getParameter(index)));
+            writer.field("index", index);
+            writer.field("name", NameMatch::trimmed(module.parameterName(index)));
+            writer.field("unit", NameMatch::trimmed(module.parameterLabel(index)));
+            writer.field("display", NameMatch::trimmed(module.parameterDisplay(index)));
+            writer.field("lowest", range.lowest);
+            writer.field("highest", range.highest);
+            writer.field("normalised", static_cast<double>(module.getParameter(index)));
             writer.key("value_texts");
             writer.beginArray();
             for (const std::string& text : range.valueTexts)

@@ -241,3 +241,13 @@ void JsonWriter::newline()
 {
     out << '\n' << std::string(2 * hasElements.size(), ' ');
 }
+
+void JsonWriter::value(const std::vector<double>& numbers)
+{
+    beginArray();
+    for (double number : numbers)
+    {
+        value(number);
+    }
+    endArray();
+}

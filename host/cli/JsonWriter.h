@@ -26,6 +26,16 @@ public:
     void value(int number);
     void value(bool flag);
     void null();
+    // An array of numbers.
+    void value(const std::vector<double>& numbers);
+
+    // A member of the open object: key(name) then value(content).
+    template <typename Content>
+    void field(const std::string& name, const Content& content)
+    {
+        key(name);
+        value(content);
+    }
 
     static std::string escape(const std::string& text);
 

@@ -68,7 +68,8 @@ int PalisorneCommandLine::run(int argc, const char* const* argv)
     renderCommand->add_flag("--keep-latency", settings.keepLatency,
                             "Do not compensate the plug-in's latency: OUT is delayed and longer by it");
     renderCommand->add_option("--format", settings.format,
-                              "Output format: " + AudioFileFormat::supportedNames() + " (default: from OUT's extension)");
+                              "Output format: " + AudioFileFormat::supportedNames()
+                                  + " (default: from OUT's extension)");
     renderCommand->add_option("--bits", settings.bits, "Output samples: 16, 24 or 32f (default: as IN)")
         ->check(CLI::IsMember({"16", "24", "32f"}));
     renderCommand->add_option("--quality", settings.quality, "Quality of ogg, opus and mp3, 0 (smallest) to 10 (best)")

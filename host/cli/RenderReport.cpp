@@ -46,25 +46,11 @@ void writeParameters(JsonWriter& json, const std::vector<ParameterSummary>& para
     for (const ParameterSummary& parameter : parameters)
     {
         json.beginObject();
-        json.key("index");
-        json.value(parameter.index);
-        json.key("name");
-        json.value(parameter.name);
-        json.key("display");
-        json.value(parameter.display);
-        json.key("normalised");
-        json.value(static_cast<double>(parameter.normalised));
+        json.field("index", parameter.index);
+        json.field("name", parameter.name);
+        json.field("display", parameter.display);
+        json.field("normalised", static_cast<double>(parameter.normalised));
         json.endObject();
-    }
-    json.endArray();
-}
-
-void writeNumbers(JsonWriter& json, const std::vector<double>& numbers)
-{
-    json.beginArray();
-    for (double number : numbers)
-    {
-        json.value(number);
     }
     json.endArray();
 }
@@ -72,28 +58,17 @@ void writeNumbers(JsonWriter& json, const std::vector<double>& numbers)
 void writeFile(JsonWriter& json, const AudioSummary& file)
 {
     json.beginObject();
-    json.key("path");
-    json.value(file.path);
-    json.key("format");
-    json.value(file.format);
-    json.key("sample_rate");
-    json.value(file.sampleRate);
-    json.key("channels");
-    json.value(file.channels);
-    json.key("frames");
-    json.value(file.frames);
-    json.key("seconds");
-    json.value(file.sampleRate > 0 ? static_cast<double>(file.frames) / file.sampleRate : 0.0);
-    json.key("integrated_lufs");
-    json.value(file.loudness.integratedLufs);
-    json.key("loudness_range_lu");
-    json.value(file.loudness.loudnessRangeLu);
-    json.key("sample_peak_dbfs");
-    writeNumbers(json, file.loudness.samplePeakDbfs);
-    json.key("true_peak_dbtp");
-    writeNumbers(json, file.loudness.truePeakDbtp);
-    json.key("measured_decoded");
-    json.value(file.decoded);
+    json.field("path", file.path);
+    json.field("format", file.format);
+    json.field("sample_rate", file.sampleRate);
+    json.field("channels", file.channels);
+    json.field("frames", file.frames);
+    json.field("seconds", file.sampleRate > 0 ? static_cast<double>(file.frames) / file.sampleRate : 0.0);
+    json.field("integrated_lufs", file.loudness.integratedLufs);
+    json.field("loudness_range_lu", file.loudness.loudnessRangeLu);
+    json.field("sample_peak_dbfs", file.loudness.samplePeakDbfs);
+    json.field("true_peak_dbtp", file.loudness.truePeakDbtp);
+    json.field("measured_decoded", file.decoded);
     json.endObject();
 }
 }
@@ -205,26 +180,16 @@ void RenderReport::printJson(std::ostream& out) const
     json.beginObject();
     json.key("plugin");
     json.beginObject();
-    json.key("path");
-    json.value(pluginPath);
-    json.key("name");
-    json.value(pluginName);
-    json.key("unique_id");
-    json.value(uniqueId);
-    json.key("ours");
-    json.value(ours);
-    json.key("latency_samples");
-    json.value(latencyFrames);
-    json.key("latency_compensated");
-    json.value(latencyCompensated);
-    json.key("vendor_version");
-    json.value(vendorVersion);
-    json.key("vst_version");
-    json.value(vstVersion);
-    json.key("program");
-    json.value(program);
-    json.key("program_index");
-    json.value(programIndex);
+    json.field("path", pluginPath);
+    json.field("name", pluginName);
+    json.field("unique_id", uniqueId);
+    json.field("ours", ours);
+    json.field("latency_samples", latencyFrames);
+    json.field("latency_compensated", latencyCompensated);
+    json.field("vendor_version", vendorVersion);
+    json.field("vst_version", vstVersion);
+    json.field("program", program);
+    json.field("program_index", programIndex);
     json.key("settings");
     writeParameters(json, settings);
     json.key("parameters");
@@ -232,16 +197,11 @@ void RenderReport::printJson(std::ostream& out) const
     json.endObject();
     json.key("render");
     json.beginObject();
-    json.key("host_version");
-    json.value(hostVersion());
-    json.key("block_frames");
-    json.value(blockFrames);
-    json.key("keep_latency");
-    json.value(!latencyCompensated);
-    json.key("format");
-    json.value(outputKind);
-    json.key("bits");
-    json.value(bits);
+    json.field("host_version", hostVersion());
+    json.field("block_frames", blockFrames);
+    json.field("keep_latency", !latencyCompensated);
+    json.field("format", outputKind);
+    json.field("bits", bits);
     json.key("quality");
     if (quality)
     {
@@ -251,10 +211,8 @@ void RenderReport::printJson(std::ostream& out) const
     {
         json.null();
     }
-    json.key("no_dither");
-    json.value(noDither);
-    json.key("stereo");
-    json.value(stereo);
+    json.field("no_dither", noDither);
+    json.field("stereo", stereo);
     json.endObject();
     json.key("input");
     writeFile(json, input);
@@ -262,13 +220,10 @@ void RenderReport::printJson(std::ostream& out) const
     writeFile(json, output);
     json.key("gain_reduction_db");
     json.beginObject();
-    json.key("largest");
-    writeNumbers(json, largestGainReductionDb);
-    json.key("mean");
-    writeNumbers(json, meanGainReductionDb);
+    json.field("largest", largestGainReductionDb);
+    json.field("mean", meanGainReductionDb);
     json.endObject();
-    json.key("dither");
-    json.value(dither);
+    json.field("dither", dither);
     json.key("ceiling_db");
     if (ceilingDb)
     {
@@ -278,8 +233,7 @@ void RenderReport::printJson(std::ostream& out) const
     {
         json.null();
     }
-    json.key("true_peak_above_ceiling");
-    json.value(truePeakAboveCeiling());
+    json.field("true_peak_above_ceiling", truePeakAboveCeiling());
     json.key("warnings");
     json.beginArray();
     for (const std::string& warning : warnings)

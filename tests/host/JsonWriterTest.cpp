@@ -23,47 +23,6 @@ nlohmann::json written(const std::function<void(JsonWriter&)>& write)
 }
 }
 
-TEST(JsonWriter, NestedContainersParseWithEveryValueInPlace)
-{
-    const nlohmann::json document = written(
-        [](JsonWriter& json)
-        {
-            json.beginObject();
-            json.key("name");
-            json.value("limiter");
-            json.key("peaks");
-            json.beginArray();
-            json.value(-1.5);
-            json.value(-0.25);
-            json.endArray();
-            json.key("empty");
-            json.beginArray();
-            json.endArray();
-            json.key("nested");
-            json.beginObject();
-            json.key("ours");
-            json.value(true);
-            json.key("latency");
-            json.value(1535);
-            json.key("frames");
-            json.value(9876543210LL);
-            json.endObject();
-            json.key("none");
-            json.null();
-            json.endObject();
-        });
-    EXPECT_EQ(document["name"], "limiter");
-    ASSERT_EQ(document["peaks"].size(), 2u);
-    EXPECT_DOUBLE_EQ(document["peaks"][0].get<double>(), -1.5);
-    EXPECT_DOUBLE_EQ(document["peaks"][1].get<double>(), -0.25);
-    EXPECT_TRUE(document["empty"].is_array());
-    EXPECT_TRUE(document["empty"].empty());
-    EXPECT_EQ(document["nested"]["ours"], true);
-    EXPECT_EQ(document["nested"]["latency"], 1535);
-    EXPECT_EQ(document["nested"]["frames"].get<long long>(), 9876543210LL);
-    EXPECT_TRUE(document["none"].is_null());
-}
-
 TEST(JsonWriter, NumbersKeepTenSignificantDigitsAndNonFiniteBecomesNull)
 {
     const nlohmann::json document = written(

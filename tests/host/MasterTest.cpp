@@ -1,4 +1,3 @@
-#include "ProcessRun.h"
 #include "ScratchDirectory.h"
 #include "TestAudio.h"
 #include "TestModules.h"
@@ -68,11 +67,11 @@ struct MasterScene
         TestAudio::sines(2, 48000, 8 * 48000, {{55.0, 0.5}, {997.0, 0.3}, {11990.0, 0.2}}, pcm24Wav).write(loud);
     }
 
-    ProcessRun master(const std::vector<std::string>& more) const
+    ProcessResult master(const std::vector<std::string>& more) const
     {
         std::vector<std::string> arguments = {"master", "--json"};
         arguments.insert(arguments.end(), more.begin(), more.end());
-        return ProcessRun::palisorne(arguments, scratch.root());
+        return runPalisorne(arguments);
     }
 };
 
@@ -91,10 +90,10 @@ TEST(Master, EachFileMeetsTheTargetsWithBitsIndependentOfJobs)
 {
     SKIP_WITHOUT_MODULE(TestModules::ours);
     const MasterScene scene;
-    const ProcessRun parallel = scene.master({scene.quiet, scene.loud, "--out-dir", scene.scratch.path("two"), "--jobs",
+    const ProcessResult parallel = scene.master({scene.quiet, scene.loud, "--out-dir", scene.scratch.path("two"), "--jobs",
                                               "2", "--plot", "--set", "NumBits=2"});
     ASSERT_EQ(parallel.exitCode, 0) << parallel.err;
-    const ProcessRun serial = scene.master(
+    const ProcessResult serial = scene.master(
         {scene.quiet, scene.loud, "--out-dir", scene.scratch.path("one"), "--jobs", "1", "--set", "NumBits=2"});
     ASSERT_EQ(serial.exitCode, 0) << serial.err;
     const nlohmann::json report = nlohmann::json::parse(serial.out);
@@ -112,7 +111,7 @@ TEST(Master, EachFileMeetsTheTargetsWithBitsIndependentOfJobs)
     command.replace(command.find("palisorne "), 9, PALISORNE_EXECUTABLE);
     command.replace(command.find(scene.scratch.path("one/loud.wav")), scene.scratch.path("one/loud.wav").size(),
                     scene.scratch.path("again.wav"));
-    ASSERT_EQ(ProcessRun::run({"/bin/sh", "-c", command}, scene.scratch.root()).exitCode, 0);
+    ASSERT_EQ(runProcess({"/bin/sh", "-c", command}).exitCode, 0);
     EXPECT_EQ(TestAudio::read(scene.scratch.path("again.wav")).samples,
               TestAudio::read(scene.scratch.path("one/loud.wav")).samples);
 }
@@ -123,7 +122,7 @@ TEST(Master, AlbumSharesSettingsAndMeetsTheTargetsTogether)
 {
     SKIP_WITHOUT_MODULE(TestModules::ours);
     const MasterScene scene;
-    const ProcessRun run = scene.master({scene.quiet, scene.loud, "--album", "--out-dir", scene.scratch.path("album")});
+    const ProcessResult run = scene.master({scene.quiet, scene.loud, "--album", "--out-dir", scene.scratch.path("album")});
     ASSERT_EQ(run.exitCode, 0) << run.err;
     const nlohmann::json report = nlohmann::json::parse(run.out);
     ASSERT_EQ(report["searches"].size(), 1u);
@@ -156,7 +155,7 @@ TEST(Master, ImpossibleTargetsAreRefusedWithNothingWritten)
     {
         std::vector<std::string> arguments = impossible.arguments;
         arguments.insert(arguments.end(), {"--out-dir", scene.scratch.path("out")});
-        const ProcessRun run = scene.master(arguments);
+        const ProcessResult run = scene.master(arguments);
         SCOPED_TRACE(impossible.reason);
         EXPECT_EQ(run.exitCode, 1);
         EXPECT_NE(run.err.find(impossible.reason), std::string::npos) << run.err;
@@ -171,7 +170,7 @@ TEST(Master, LossyOutputMeetsTheTargetsAfterDecoding)
 {
     SKIP_WITHOUT_MODULE(TestModules::ours);
     const MasterScene scene;
-    const ProcessRun run = scene.master({scene.loud, "-o", scene.scratch.path("loud.ogg")});
+    const ProcessResult run = scene.master({scene.loud, "-o", scene.scratch.path("loud.ogg")});
     ASSERT_EQ(run.exitCode, 0) << run.err;
     expectOnTarget(measure({TestAudio::read(scene.scratch.path("loud.ogg"))}));
 }

@@ -104,15 +104,6 @@ TEST(ParameterSettingUnits, EachDisplayShapeGivesTheNormalisedValueItNeeds)
     EXPECT_EQ(probe.module().parameterDisplay(5), "-120.0");
 }
 
-TEST(ParameterSettingNormalised, ValuesBetweenZeroAndOneAreSetAsGiven)
-{
-    HostedPlugin probe(TestModules::delayProbe);
-    EXPECT_EQ(applied(probe, "Gain=0.75", true), 0.75f);
-    EXPECT_EQ(probe.module().getParameter(0), 0.75f);
-    EXPECT_EQ(applied(probe, "Mode=1", true), 1.0f);
-    EXPECT_EQ(probe.module().parameterDisplay(4), "On");
-}
-
 TEST(ParameterSettingErrors, EachBadRequestNamesItsReason)
 {
     HostedPlugin probe(TestModules::delayProbe);
@@ -126,18 +117,6 @@ TEST(ParameterSettingErrors, EachBadRequestNamesItsReason)
     EXPECT_NE(errorOf(probe, "Gain=-0.01", true).find("out of range"), std::string::npos);
     EXPECT_NE(errorOf(probe, "Gain=nan", true).find("is not a number"), std::string::npos);
     EXPECT_NE(errorOf(probe, "Mode=1").find("use --set-norm"), std::string::npos);
-}
-
-TEST(ProgramSelection, ByNameIgnoringCaseOrByIndex)
-{
-    HostedPlugin probe(TestModules::delayProbe);
-    EXPECT_EQ(probe.selectProgram("quiet -6 DB"), 1);
-    EXPECT_EQ(probe.module().parameterDisplay(0), "-6.0");
-    EXPECT_EQ(probe.selectProgram("2"), 2);
-    EXPECT_EQ(probe.module().programName(), "Loud +6 dB");
-    EXPECT_THROW(probe.selectProgram("3"), HostError);
-    EXPECT_THROW(probe.selectProgram("Nonexistent"), HostError);
-    EXPECT_EQ(probe.module().program(), 2);
 }
 
 // Our limiter's parameters are linear between a minimum and a maximum; the

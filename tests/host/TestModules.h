@@ -1,9 +1,12 @@
 #pragma once
 
+#include "ProcessRunner.h"
+
 #include <string>
 #include <sys/stat.h>
+#include <vector>
 
-// Module paths the tests load. Third-party limiters come from Debian's
+// Module paths the tests load, and the executable that loads them. Third-party limiters come from Debian's
 // lsp-plugins-vst and zam-plugins packages.
 namespace TestModules
 {
@@ -36,3 +39,11 @@ inline bool exists(const std::string& path)
                          << (std::string(path).empty() ? "KW_Palisorne (not built)" : path);                           \
         }                                                                                                              \
     } while (false)
+
+// The palisorne executable run with these arguments.
+inline ProcessResult runPalisorne(const std::vector<std::string>& arguments)
+{
+    std::vector<std::string> argv = {PALISORNE_EXECUTABLE};
+    argv.insert(argv.end(), arguments.begin(), arguments.end());
+    return runProcess(argv);
+}
