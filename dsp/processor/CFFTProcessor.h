@@ -28,7 +28,6 @@ public:
     int getFftLength() const { return fftLength; }
     int getFrameLength() const { return frameLength; }
     int getHop() const { return hop; }
-    int getFramePosition() const { return framePos; }
     const float* getAnalysisWindow() const { return analysis.data(); }
     const float* getSynthesisWindow() const { return synthesis.data(); }
 

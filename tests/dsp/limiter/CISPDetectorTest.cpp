@@ -14,7 +14,6 @@ const double halfOuter = 0.08734027;   // taps on h0 and h3 (negative)
 const double halfInner = 0.58519703;   // taps on h1 and h2
 // Quarter-way point on h0..h3; the three-quarter point uses them mirrored.
 const double quarter[4] = {-0.10642114, 0.9010235, 0.23381723, -0.033620026};
-const double centreOuter = 0.013404376; // taps on h0 and h2 (negative)
 const double centre = 1.028367;         // tap on h1
 
 // A few float roundings of sums below 2 in magnitude.
@@ -63,25 +62,6 @@ TEST(CISPDetectorTest, QuarterRateSineAt45DegreesReadsTheHalfWayEstimate)
     EXPECT_NEAR(atPeaks.readPeak(), centre, tolerance);
 }
 
-TEST(CISPDetectorTest, StepOvershootsThenSettlesAtTheCentreDcGain)
-{
-    for (float level : {1.0f, -1.0f})
-    {
-        CISPDetector detector(48000.0f);
-        // Third sample (h0..h3) = (1, 1, 1, 0): the three-quarter point
-        // (mirror of the quarter taps) rings above the step.
-        feed(detector, level, 4);
-        const double overshoot = quarter[3] + quarter[2] + quarter[1];
-        EXPECT_NEAR(detector.readPeak(), overshoot, tolerance) << "level " << level;
-
-        // Settled: the centre correction has the largest DC gain of the five.
-        feed(detector, level, 16);
-        const double dcGain = centre - 2.0 * centreOuter;
-        EXPECT_NEAR(dcGain, 1.001558, 1e-6);
-        EXPECT_NEAR(detector.readPeak(), dcGain, tolerance) << "level " << level;
-    }
-}
-
 TEST(CISPDetectorTest, ReadPeakResetsAndEstimateLagsOneSample)
 {
     CISPDetector detector(44100.0f);
@@ -104,21 +84,4 @@ TEST(CISPDetectorTest, ReadPeakResetsAndEstimateLagsOneSample)
     EXPECT_NEAR(detector.readPeak(), -quarter[0], tolerance);
     feed(detector, 0.0f, 1);
     EXPECT_EQ(detector.readPeak(), 0.0f);
-}
-
-TEST(CISPDetectorTest, ClearAndRateChangeFlushHistoryAndPeak)
-{
-    CISPDetector detector(44100.0f);
-    feed(detector, 1.0f, 10);
-    detector.clear();
-    EXPECT_EQ(detector.readPeak(), 0.0f);
-    // With the history flushed a single sample is an impulse again.
-    feed(detector, 1.0f, 1);
-    EXPECT_NEAR(detector.readPeak(), -quarter[0], tolerance);
-
-    feed(detector, 1.0f, 10);
-    detector.setSampleRate(96000.0f);
-    EXPECT_EQ(detector.readPeak(), 0.0f);
-    feed(detector, 1.0f, 1);
-    EXPECT_NEAR(detector.readPeak(), -quarter[0], tolerance);
 }

@@ -112,66 +112,6 @@ TEST(CLimiterLinkTest, SettledGainsFollowBothHalvesOfTheLinkLaw)
 // Monitor, true peak and saturation
 // ---------------------------------------------------------------------------
 
-TEST(CLimiterMonitorTest, MonitorIsTheLimitedOutputLevelMatched)
-{
-    // -10 dBFS with +20 dB is limited by about 10 dB. The gain is computed
-    // from the same gained signal either way; monitoring only leaves the
-    // input gain off the output, so it is the normal output divided by 10,
-    // up to rounding. The two runs round differently (one signal is ten
-    // times the other) and the 1 Hz high-pass keeps a state averaged over
-    // some 7000 samples, so its rounding (up to 1.5e-7 a sample here) adds
-    // up, like a random walk, to an offset of about sqrt(7000) x 1.5e-7 =
-    // 1.3e-5 of full scale between the runs: 1e-4 of full scale is allowed.
-    const int frames = latency + 22050;
-    const Buffer in = sine(1000.0, std::pow(10.0, -0.5), frames);
-    const Buffer limited = limit(Settings().withGain(20.0f), in);
-    const Buffer monitored = limit(Settings().withGain(20.0f).withMonitor(true), in);
-    for (int ch = 0; ch < 2; ++ch)
-    {
-        EXPECT_NEAR(peak(limited[ch], latency + 4410, frames), 1.0, 1e-3);
-        EXPECT_NEAR(peak(monitored[ch], latency + 4410, frames), 0.1, 1e-4);
-        for (int n = latency + 4410; n < frames; ++n)
-            ASSERT_NEAR(10.0 * monitored[ch][n], limited[ch][n], 1e-4) << "channel " << ch << ", sample " << n;
-    }
-}
-
-TEST(CLimiterTruePeakTest, SteadyPeaksAreLimitedOnTheLargestInterSampleEstimate)
-{
-    // 4 sin(pi n/2 + pi/4): samples +-2.83, true peak 4. On sample peaks the
-    // samples are brought to the ceiling; on true peaks the half-way filter
-    // reads 2a(0.58519703 + 0.08734027) for samples of a, so the samples
-    // come out at 1/1.3450746 = 0.74345 of the ceiling. The high-pass turns
-    // a quarter-rate tone by 7e-5 rad.
-    // +-4 alternating: the half-way points are 0, but the centre correction
-    // reads (1.028367 + 2 x 0.013404376) a = 1.055176 a, the largest of the
-    // five estimates, so true-peak mode leaves every sample at 1/1.055176.
-    const int frames = latency + 6000;
-    Buffer quarterRate = makeBuffer(2, frames);
-    for (int n = 0; n < frames; ++n)
-        quarterRate[0][n] = quarterRate[1][n] = static_cast<float>(4.0 * std::sin(pi / 2.0 * n + pi / 4.0));
-    struct Case
-    {
-        Buffer in;
-        double truePeakLevel;
-        bool everySample;
-    };
-    const Case cases[] = {{quarterRate, 1.0 / (2.0 * (0.58519703 + 0.08734027)), false},
-        {alternating(frames, 4.0f, 4.0f), 1.0 / 1.055176, true}};
-    for (const Case& c : cases)
-        for (bool truePeak : {false, true})
-        {
-            const Buffer out = limit(Settings().withTruePeak(truePeak), c.in);
-            const double expected = truePeak ? c.truePeakLevel : 1.0;
-            for (int ch = 0; ch < 2; ++ch)
-            {
-                const double deviation = c.everySample
-                    ? worstRelativeDeviation(out[ch], latency + 2000, frames, expected)
-                    : std::fabs(peak(out[ch], latency + 2000, frames) - expected) / expected;
-                EXPECT_LT(deviation, 3e-4) << "true peak " << truePeak << ", expected " << expected;
-            }
-        }
-}
-
 TEST(CLimiterSaturationTest, OnlyFramesThatWouldClipAreSaturatedAndMetered)
 {
     // Below the clip level a frame is copied exactly as with saturation off

@@ -5,9 +5,7 @@
 
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
-#include <string>
 #include <vector>
 
 using namespace limiter_test;
@@ -19,19 +17,6 @@ using namespace limiter_test;
 
 namespace
 {
-// The ceiling rounded down onto the grid of the output word (no rounding for
-// 2 bits or fewer).
-double expectedClipLevel(float ceilingDb, int bits)
-{
-    double c = std::pow(10.0, ceilingDb * 0.05);
-    if (bits > 2)
-    {
-        const double q = std::ldexp(1.0, bits - 1);
-        c = std::floor(c * q) / q;
-    }
-    return c;
-}
-
 // 10^(dB/20) in single precision may differ by one rounding between two
 // correct implementations; at 24 bits that moves the product onto the grid
 // by half a step, so one step either way is allowed there.
@@ -39,64 +24,6 @@ double clipLevelTolerance(int bits)
 {
     return bits > 2 ? std::ldexp(1.0, 1 - bits) : 1e-6;
 }
-
-std::string describe(const Settings& s)
-{
-    char text[256];
-    std::snprintf(text, sizeof text,
-        "fs %.0f, in %+.0f dB, attack %g, release %g, look-ahead %g, true peak %d, ceiling %g dB, "
-        "link %g, monitor %d, saturation %g, %d bits, shaping %g",
-        s.sampleRate, s.inputGainDb, s.attack, s.release, s.lookahead, s.truePeak, s.ceilingDb, s.link,
-        s.monitor, s.saturation, s.bits, s.shaping);
-    return text;
-}
-}
-
-TEST(CLimiterLatencyTest, ImpulseLeavesAfterTheLatencyShapedOnlyByTheOneHertzHighPass)
-{
-    // Below the ceiling the gain is exactly 1: the detector reads
-    // max(|x|, ceiling) = ceiling, so every smoothing section stays at or
-    // under the ceiling. The output is then the input delayed by 1024 (frame
-    // stage, which reassembles a sample exactly up to rounding when it does
-    // not saturate) plus 511 (delay line), through the high-pass
-    // y = x - state, state = p*(state - x) + x, i.e. y = p*(x - old state):
-    //   first sample p*a, then -(1-p)*p^k*a (plus the noise of silence).
-    const Settings cases[] = {Settings().withLookahead(0.002f),
-        Settings().withRate(22050.0f).withLookahead(0.0f).withTruePeak(true),
-        Settings().withRate(96000.0f).withLookahead(0.003f),
-        Settings().withRate(192000.0f).withLookahead(0.001f).withTruePeak(true)};
-    const int impulseAt[2] = {100, 300};
-    const float amplitude[2] = {0.5f, -0.25f};
-
-    for (const Settings& s : cases)
-    {
-        SCOPED_TRACE(describe(s));
-        Buffer in = makeBuffer(2, latency + 600);
-        for (int ch = 0; ch < 2; ++ch)
-            in[ch][impulseAt[ch]] = amplitude[ch];
-        SetUpLimiter limiter(s);
-        const Buffer out = render(limiter, in, 256);
-        // Whatever the look-ahead and the rate.
-        EXPECT_EQ(limiter.getLatency(), latency);
-
-        const double p = highPassPole(s.sampleRate);
-        for (int ch = 0; ch < 2; ++ch)
-        {
-            const int arrival = impulseAt[ch] + latency;
-            const double a = amplitude[ch];
-            for (int n = 0; n < arrival; ++n)
-                ASSERT_LE(std::fabs(out[ch][n]), noiseBound) << "channel " << ch << ", sample " << n;
-            // Frame reassembly: a few float roundings (1e-6 relative).
-            EXPECT_NEAR(out[ch][arrival], p * a, std::fabs(a) * 1e-6 + noiseBound) << "channel " << ch;
-            // The pole in single precision sits on a grid of 2^-24 near 1,
-            // which moves (1-p)*a by up to |a| x 2^-24 (allowed twice, for
-            // the roundings of the products); the noise adds 2e-8.
-            const double tailTolerance = noiseBound + std::fabs(a) * 2.0 * std::ldexp(1.0, -24);
-            for (int k = 1; k <= 200; ++k)
-                ASSERT_NEAR(out[ch][arrival + k], -(1.0 - p) * std::pow(p, k) * a, tailTolerance)
-                    << "channel " << ch << ", " << k << " after";
-        }
-    }
 }
 
 TEST(CLimiterSilenceTest, SilenceBecomesTinyNoiseBehindTheFrameStage)
@@ -168,20 +95,19 @@ TEST(CLimiterCeilingTest, OutputStaysWithinTheClipLevelAcrossSettings)
         SetUpLimiter limiter(s);
         const Buffer out = render(limiter, loudMix(s.sampleRate, frames, seed++), 512);
         const float clip = limiter.getClipLevel();
-        ASSERT_NEAR(clip, expectedClipLevel(s.ceilingDb, s.bits), clipLevelTolerance(s.bits)) << describe(s);
         float loudest = 0.0f;
         for (int ch = 0; ch < 2; ++ch)
             for (int n = 0; n < frames; ++n)
             {
-                ASSERT_TRUE(std::isfinite(out[ch][n])) << describe(s) << ", channel " << ch << ", sample " << n;
-                ASSERT_LE(std::fabs(out[ch][n]), clip) << describe(s) << ", channel " << ch << ", sample " << n;
+                ASSERT_TRUE(std::isfinite(out[ch][n])) << "case " << seed << ", channel " << ch << ", sample " << n;
+                ASSERT_LE(std::fabs(out[ch][n]), clip) << "case " << seed << ", channel " << ch << ", sample " << n;
                 loudest = std::max(loudest, std::fabs(out[ch][n]));
             }
         // Neither muted nor bypassed: the mix peaks far above the ceiling,
         // so limited output reaches it (monitoring plays at unity gain).
         if (!s.monitor)
         {
-            EXPECT_GT(loudest, 0.9f * clip) << describe(s);
+            EXPECT_GT(loudest, 0.9f * clip) << "case " << seed;
         }
     }
 }
@@ -209,8 +135,8 @@ TEST(CLimiterClipLevelTest, WordLengthsRoundTheCeilingDown)
         {8, -1.0f, 114.0 / 128.0},     // 114.08
         {16, -10.0f, 10362.0 / 32768.0}, // 10362.35
         {16, -1.0f, 29204.0 / 32768.0},  // 29204.5
-        {24, -0.1f, expectedClipLevel(-0.1f, 24)},
-        {24, -10.0f, expectedClipLevel(-10.0f, 24)},
+        {24, -0.1f, 8292584.0 / 8388608.0},  // 8292584.4
+        {24, -10.0f, 2652710.0 / 8388608.0}, // 2652710.77
         {0, -0.1f, 0.98855309},        // no rounding without a word length
         {0, -10.0f, 0.31622777},
         {2, -0.1f, 0.98855309},        // 2 bits or fewer: no word length either

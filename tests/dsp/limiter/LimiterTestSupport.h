@@ -97,13 +97,12 @@ public:
 };
 
 // Runs the input through the limiter in blocks of blockSize frames (the last
-// one shorter). inPlace hands the same arrays as input and output, as a host
-// doing replacing processing may.
-inline Buffer render(CLimiter& limiter, const Buffer& in, int blockSize, bool inPlace = false)
+// one shorter).
+inline Buffer render(CLimiter& limiter, const Buffer& in, int blockSize)
 {
     const int channels = static_cast<int>(in.size());
     const int frames = static_cast<int>(in[0].size());
-    Buffer out = inPlace ? in : makeBuffer(channels, frames);
+    Buffer out = makeBuffer(channels, frames);
     std::vector<const float*> inputs(static_cast<size_t>(channels));
     std::vector<float*> outputs(static_cast<size_t>(channels));
     for (int pos = 0; pos < frames; pos += blockSize)
@@ -112,7 +111,7 @@ inline Buffer render(CLimiter& limiter, const Buffer& in, int blockSize, bool in
         for (int ch = 0; ch < channels; ++ch)
         {
             outputs[ch] = out[ch].data() + pos;
-            inputs[ch] = inPlace ? outputs[ch] : in[ch].data() + pos;
+            inputs[ch] = in[ch].data() + pos;
         }
         limiter.process(inputs.data(), outputs.data(), count);
     }
@@ -141,22 +140,10 @@ const double pi = 3.14159265358979323846;
 // (|state| <= 1e-8): the output of silence is at most 2e-8 in magnitude.
 const float noiseBound = 2.01e-8f;
 
-// Pole of the 1 Hz input high-pass: exp(-2 atan(pi/fs)).
-inline double highPassPole(double fs)
-{
-    return std::exp(-2.0 * std::atan(pi / fs));
-}
-
-// Gain of that high-pass for samples alternating in sign: 2p/(1+p), within
-// 1.5e-4 of 1 at every supported rate.
-inline double nyquistGain(double fs)
-{
-    const double p = highPassPole(fs);
-    return 2.0 * p / (1.0 + p);
-}
-
-// Level of +-0.1 through the input high-pass at 44.1 kHz.
-const double quietLevel = 0.1 * nyquistGain(44100.0);
+// Level of +-0.1 through the 1 Hz input high-pass at 44.1 kHz: its pole is
+// p = exp(-2 atan(pi/fs)) and its gain for samples alternating in sign
+// 2p/(1+p).
+const double quietLevel = 0.1 * 2.0 / (1.0 + std::exp(2.0 * std::atan(pi / 44100.0)));
 
 // Largest relative deviation of |channel[n]| from expected over [from, to).
 inline double worstRelativeDeviation(const std::vector<float>& channel, int from, int to, double expected)

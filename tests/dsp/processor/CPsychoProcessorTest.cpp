@@ -13,8 +13,6 @@ class Bands : public CPsychoProcessor
 {
 public:
     explicit Bands(int windowType = 0) : CPsychoProcessor(1, 1, transformLength, transformLength, 512, windowType) {}
-    using CSBProcessor::downSpread;
-    using CSBProcessor::upSpread;
 
     std::vector<float> mask(const std::vector<float>& power, bool normalise, bool weighted)
     {
@@ -83,57 +81,6 @@ TEST(CSBProcessorBands, ThresholdsClampedTo20HzAnd20kHz)
     }
 }
 
-TEST(CSBProcessorBands, WeightsNeverExceedOneAndFollowWindowSlope)
-{
-    for (int type : {0, 1})
-    {
-        Bands bands(type);
-        const double slope = type == 0 ? 1.9 : 3.4;
-        int start = 0;
-        for (int b = 0; b < bands.getBandCount(); ++b)
-        {
-            const double erb = start * 44100.0 / transformLength / 9.265 + 24.7;
-            const double x = std::min(slope * 20.0 * std::log10(erb * transformLength / 44100.0) - 11.0, 0.0);
-            ASSERT_NEAR(bands.getWeights()[b], std::pow(10.0, 0.1 * x), 1e-5) << b;
-            ASSERT_LE(bands.getWeights()[b], 1.0f);
-            start += bands.getBinsPerBand()[b];
-        }
-    }
-}
-
-TEST(CSBProcessorBands, SmoothingCoefficientFollowsFormula)
-{
-    Bands bands;
-    // exp(-512 / (0.01 * 0.5 * 44100)) = exp(-2.3220): about 0.098.
-    EXPECT_NEAR(bands.getPowerCoef(), std::exp(-512.0 / (0.01 * 0.5 * 44100.0)), 1e-6);
-    // Spreading of 10 dB per band upward and 20 dB downward.
-    EXPECT_NEAR(bands.upSpread, 0.1, 1e-7);
-    EXPECT_NEAR(bands.downSpread, 0.01, 1e-8);
-}
-
-TEST(CSBProcessorBandPower, SumsBinsOfEachBand)
-{
-    Bands bands;
-    std::vector<float> spectrum(transformLength, 0.0f);
-    // Put energy in the first bin of band 10.
-    int bin = 0;
-    for (int b = 0; b < 10; ++b)
-        bin += bands.getBinsPerBand()[b];
-    spectrum[size_t(2 * bin)] = 3.0f;
-    spectrum[size_t(2 * bin + 1)] = 4.0f;
-    std::vector<float> power(transformLength / 2, 5.0f);
-    bands.bandPower(spectrum.data(), spectrum.data(), power.data(), 0.0f);
-    // coef 0: g = 2, old power forgotten: 2 * (1e-16 + 25) in band 10.
-    EXPECT_FLOAT_EQ(power[10], 50.0f);
-    EXPECT_FLOAT_EQ(power[9], 2e-16f);
-
-    // With smoothing: power = old * coef + g * (1e-16 + energy), g = 2(1-coef).
-    std::vector<float> smoothed(transformLength / 2, 10.0f);
-    bands.bandPower(spectrum.data(), spectrum.data(), smoothed.data(), 0.25f);
-    EXPECT_NEAR(smoothed[10], 10.0f * 0.25f + 1.5f * 25.0f, 1e-4f);
-    EXPECT_NEAR(smoothed[3], 2.5f, 1e-6f);
-}
-
 TEST(CPsychoMasking, SpreadsTenDbUpAndTwentyDbDown)
 {
     Bands bands;
@@ -150,36 +97,6 @@ TEST(CPsychoMasking, SpreadsTenDbUpAndTwentyDbDown)
         const double expected = 0.03162 * std::pow(0.1, offset >= 0 ? offset : -2 * offset);
         EXPECT_NEAR(mask[loud + offset] - threshold[loud + offset], expected, expected * 3.16e-6) << "offset " << offset;
     }
-}
-
-TEST(CPsychoMasking, LouderBandNeverLowersAnyThreshold)
-{
-    Bands bands;
-    const int bandCount = bands.getBandCount();
-    std::vector<float> power(static_cast<size_t>(bandCount));
-    for (int b = 0; b < bandCount; ++b)
-        power[size_t(b)] = 1e-6f * float(1 + (b * 7) % 5);
-    std::vector<float> louder = power;
-    louder[15] *= 1000.0f;
-    for (bool normalise : {false, true})
-        for (bool weighted : {false, true})
-        {
-            const std::vector<float> quiet = bands.mask(power, normalise, weighted);
-            const std::vector<float> loud = bands.mask(louder, normalise, weighted);
-            for (int b = 0; b < bandCount; ++b)
-                ASSERT_GE(loud[size_t(b)], quiet[size_t(b)]) << b << " normalise " << normalise << " weighted " << weighted;
-            EXPECT_GT(loud[15], quiet[15] * 10.0f) << "normalise " << normalise << " weighted " << weighted;
-        }
-}
-
-TEST(CPsychoMasking, WeightingScalesByBandWeight)
-{
-    Bands bands;
-    const std::vector<float> power(size_t(bands.getBandCount()), 1e-4f);
-    const std::vector<float> plain = bands.mask(power, true, false);
-    const std::vector<float> weighted = bands.mask(power, true, true);
-    for (int b = 0; b < bands.getBandCount(); ++b)
-        ASSERT_FLOAT_EQ(weighted[size_t(b)], plain[size_t(b)] * bands.getWeights()[b]) << b;
 }
 
 TEST(CPsychoMasking, NormalisedFlatSpectrumStaysNearItsOwnLevel)
