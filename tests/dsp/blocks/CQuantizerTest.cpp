@@ -174,25 +174,6 @@ TEST(CQuantizerTest, WordLengthsLandOnTheirGrids)
     }
     EXPECT_NEAR(sum / 20000.0, 35.8, 0.02);
 
-    // 24 bits: multiples of 2^-23. Without shaping floor(v + d) lies within
-    // one step of v - 1/2; v = 0.3f x (2^23 - 7) = 2.5e6 and v + d are rounded
-    // to the float grid of 1/4 step there, which widens that by 2 x 1/8.
-    const double scale24 = 8388608.0;
-    const double v = static_cast<double>(0.3f) * (scale24 - 7.0);
-    for (float shaping : {0.0f, 1.0f})
-    {
-        CQuantizer deep = makeQuantizer(24, shaping, 44100.0f);
-        for (float out : run(deep, 31u, 0.3f, 5000))
-        {
-            const double steps = out * scale24;
-            ASSERT_EQ(steps, std::floor(steps));
-            if (shaping == 0.0f)
-            {
-                ASSERT_NEAR(steps, v - 0.5, 1.25);
-            }
-        }
-    }
-
     // Word lengths 1 and 2 keep a unit scale: the input is multiplied by
     // 1 - 7 = -6 and clipped to -1 .. 0.
     CQuantizer two = makeQuantizer(2, 0.0f, 44100.0f);

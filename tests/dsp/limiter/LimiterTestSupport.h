@@ -242,24 +242,4 @@ inline Buffer alternating(int frames, float left, float right)
     fillAlternating(out[1], 0, frames, right);
     return out;
 }
-
-// Stereo noise of this amplitude from TestNoise(seed), left channel first.
-inline Buffer noise(int frames, float amplitude, uint32_t seed)
-{
-    Buffer out = makeBuffer(2, frames);
-    TestNoise generator(seed);
-    for (auto& channel : out)
-        for (float& x : channel)
-            x = amplitude * generator.next();
-    return out;
-}
-
-// Largest |x| over [from, to).
-inline float peak(const std::vector<float>& channel, int from, int to)
-{
-    float m = 0.0f;
-    for (int n = from; n < to; ++n)
-        m = std::max(m, std::fabs(channel[n]));
-    return m;
-}
 }
