@@ -130,21 +130,12 @@ TEST(CLimiterRealtimeTest, ProcessNeverAllocates)
     };
     block(0, 4096);
 
+    // Any setting but the rate (not for the audio thread) between blocks.
+    std::mt19937 random(8);
     long during = 0;
-    int changes = 0;
-    for (int pos = 4096; pos + 700 <= 65536; pos += 700, ++changes)
+    for (int pos = 4096; pos + 700 <= 65536; pos += 700)
     {
-        switch (changes % 8)
-        {
-        case 0: limiter.setCeiling(changes % 16 ? -3.0f : -0.1f); break;
-        case 1: limiter.setNumBits(static_cast<int8_t>(8 * (changes / 8 % 4))); break;
-        case 2: limiter.setShaping(0.1f * (changes % 10)); break;
-        case 3: limiter.setLookahead(0.0005f * (changes % 7)); break;
-        case 4: limiter.setTruePeak(changes % 3 == 0); break;
-        case 5: limiter.setAttack(0.01f * (changes % 5)); limiter.setRelease(0.1f * (changes % 4)); break;
-        case 6: limiter.setSaturation(0.25f * (changes % 5)); limiter.setLink(0.2f * (changes % 6)); break;
-        default: limiter.setMonitor(changes % 3 == 0); limiter.setInputGain(static_cast<float>(changes % 20)); break;
-        }
+        randomChange(random, int(random() % (settingCount - 1))).applyTo(limiter);
         during += block(pos, 700);
         limiter.getRmsLevel(0);
         limiter.getOutputPeak(1);

@@ -57,57 +57,35 @@ TEST(CLimiterSilenceTest, SilenceBecomesTinyNoiseBehindTheFrameStage)
 // sample leaves beyond the clip level, and limited output reaches it.
 TEST(CLimiterCeilingTest, OutputStaysWithinTheClipLevelAcrossSettings)
 {
-    const float lookaheads[] = {0.0f, 0.001f, 0.003f};
-    const float times[] = {0.0f, 1.0f};
-    const float links[] = {0.0f, 0.5f, 1.0f};
-    const float saturations[] = {0.0f, 0.5f, 1.0f};
-
-    std::vector<Settings> grid;
-    int k = 0;
-    for (float fs : {22050.0f, 44100.0f, 96000.0f, 192000.0f})
-        for (bool truePeak : {false, true})
-            for (float ceilingDb : {0.0f, -10.0f})
-                for (int bits : {0, 8, 16, 24})
-                    for (int j = 0; j < 2; ++j, ++k)
-                        // The 36 combinations of the dynamics settings turn
-                        // over faster than the rest, so every rate meets
-                        // nearly all of them.
-                        grid.push_back(Settings().withRate(fs).withTruePeak(truePeak).withCeiling(ceilingDb)
-                                           .withBits(bits).withLookahead(lookaheads[k % 3])
-                                           .withAttack(times[(k / 3) % 2]).withRelease(times[(k / 6) % 2])
-                                           .withLink(links[(k / 12) % 3]).withShaping(((k / 36) % 2) ? 1.0f : 0.0f)
-                                           .withSaturation(saturations[(k / 2) % 3])
-                                           .withGain((k % 5 == 0) ? 12.0f : 0.0f));
-    // The combinations most likely to overshoot: no look-ahead with instant
-    // times and coarse shaped 8-bit output under a low ceiling, the clamped
-    // longest look-ahead with the slowest times.
-    grid.push_back(Settings().withRate(22050.0f).withLookahead(0.0f).withAttack(0.0f).withRelease(0.0f).withLink(1.0f)
-                       .withTruePeak(true).withBits(8).withShaping(1.0f).withCeiling(-10.0f).withGain(20.0f)
-                       .withSaturation(1.0f));
-    grid.push_back(Settings().withRate(192000.0f).withLookahead(0.003f).withAttack(1.0f).withRelease(1.0f)
-                       .withLink(0.5f).withTruePeak(true).withBits(24).withShaping(1.0f).withGain(20.0f)
-                       .withSaturation(0.5f));
-
+    // Random settings, edges drawn often: instant times, no or the clamped
+    // longest look-ahead, coarse shaped word lengths, every rate.
     const int frames = latency + 8192;
-    uint32_t seed = 1;
-    for (const Settings& s : grid)
+    std::mt19937 random(1);
+    for (int k = 0; k < 100; ++k)
     {
-        SetUpLimiter limiter(s);
-        const Buffer out = render(limiter, loudMix(s.sampleRate, frames, seed++), 512);
+        CLimiter limiter(2);
+        bool monitor = false;
+        for (int which = 0; which < settingCount; ++which)
+        {
+            const Change c = randomChange(random, which);
+            c.applyTo(limiter);
+            monitor = which == 8 ? c.value > 0.5f : monitor;
+        }
+        const Buffer out = render(limiter, loudMix(44100.0f, frames, uint32_t(k)), 512);
         const float clip = limiter.getClipLevel();
         float loudest = 0.0f;
         for (int ch = 0; ch < 2; ++ch)
             for (int n = 0; n < frames; ++n)
             {
-                ASSERT_TRUE(std::isfinite(out[ch][n])) << "case " << seed << ", channel " << ch << ", sample " << n;
-                ASSERT_LE(std::fabs(out[ch][n]), clip) << "case " << seed << ", channel " << ch << ", sample " << n;
+                ASSERT_TRUE(std::isfinite(out[ch][n])) << "case " << k << ", channel " << ch << ", sample " << n;
+                ASSERT_LE(std::fabs(out[ch][n]), clip) << "case " << k << ", channel " << ch << ", sample " << n;
                 loudest = std::max(loudest, std::fabs(out[ch][n]));
             }
         // Neither muted nor bypassed: the mix peaks far above the ceiling,
         // so limited output reaches it (monitoring plays at unity gain).
-        if (!s.monitor)
+        if (!monitor)
         {
-            EXPECT_GT(loudest, 0.9f * clip) << "case " << seed;
+            EXPECT_GT(loudest, 0.9f * clip) << "case " << k;
         }
     }
 }

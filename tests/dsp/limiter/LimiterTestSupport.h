@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <random>
 #include <vector>
 
 // Signals, settings and a block-wise renderer shared by the limiter's tests.
@@ -73,6 +74,58 @@ struct Settings
     Settings& withBits(int wordLength) { bits = wordLength; return *this; }
     Settings& withShaping(float amount) { shaping = amount; return *this; }
 };
+
+// One setting, as the host may send it between two blocks.
+struct Change
+{
+    int which;
+    float value;
+
+    template <typename Limiter>
+    void applyTo(Limiter& l) const
+    {
+        switch (which)
+        {
+        case 0: l.setInputGain(value); break;
+        case 1: l.setAttack(value); break;
+        case 2: l.setRelease(value); break;
+        case 3: l.setLookahead(value); break;
+        case 4: l.setTruePeak(value > 0.5f); break;
+        case 5: l.setCeiling(value); break;
+        case 6: l.setLink(value); break;
+        case 7: l.setAES17(value > 0.5f); break;
+        case 8: l.setMonitor(value > 0.5f); break;
+        case 9: l.setSaturation(value); break;
+        case 10: l.setNumBits(int8_t(value)); break;
+        case 11: l.setShaping(value); break;
+        default: l.setSampleRate(value); break;
+        }
+    }
+};
+
+constexpr int settingCount = 13;
+
+// Edges are drawn often: zero times, the look-ahead clamps, the middle of
+// the link range, pass-through word lengths, rates outside the clamp.
+inline Change randomChange(std::mt19937& random, int which)
+{
+    std::uniform_real_distribution<float> unit(0.0f, 1.0f);
+    const float u = unit(random);
+    const bool edge = random() % 4 == 0;
+    switch (which)
+    {
+    case 0: return {which, -12.0f + 30.0f * u};
+    case 1: return {which, edge ? 0.0f : 0.2f * u};
+    case 2: return {which, edge ? 0.0f : 1.5f * u};
+    case 3: return {which, edge ? (u < 0.5f ? 0.0f : 0.02f) : 0.012f * u};
+    case 5: return {which, edge ? (u < 0.5f ? 0.0f : -0.1f) : -12.0f * u};
+    case 6: return {which, edge ? 0.5f : u};
+    case 9: return {which, edge ? 0.0f : u};
+    case 10: return {which, float(std::vector<int>{-1, 0, 8, 16, 24}[random() % 5])};
+    case 12: return {which, std::vector<float>{10000.0f, 22050.0f, 44100.0f, 48000.0f, 96000.0f, 400000.0f}[random() % 6]};
+    default: return {which, u};
+    }
+}
 
 // A limiter with every setting applied.
 class SetUpLimiter : public CLimiter
