@@ -15,5 +15,4 @@ public:
         *sample = _mm_cvtss_f32(lanes.highpass(_mm_set_ss(*sample)));
         lanes.finish();
     }
-    float getPowerResponse(float normFreq) const override;
 };

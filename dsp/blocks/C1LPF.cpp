@@ -14,7 +14,7 @@ constexpr float twoPi = 6.2831855f;
 }
 
 C1LPF::C1LPF()
-    : pole(0.0f), normFreq(0.0f)
+    : pole(0.0f)
 {
     clear();
 }
@@ -27,17 +27,10 @@ void C1LPF::clear()
 void C1LPF::setNormFreq(float fn)
 {
     // The limit comes first so that a NaN also ends up at the floor.
-    normFreq = std::max(minNormFreq, fn);
-    pole = CExactMath::exp(-2.0f * CExactMath::atan(pi * normFreq));
+    pole = CExactMath::exp(-2.0f * CExactMath::atan(pi * std::max(minNormFreq, fn)));
 }
 
 void C1LPF::setTimeConstant(float seconds, float sampleRate)
 {
     setNormFreq(1.0f / (twoPi * seconds * sampleRate));
-}
-
-float C1LPF::getPowerResponse(float fn) const
-{
-    const float fc2 = normFreq * normFreq;
-    return fc2 / (fc2 + fn * fn + 1e-16f);
 }

@@ -60,12 +60,8 @@ public:
     virtual void clear();
     virtual void setNormFreq(float normFreq);
     virtual void setTimeConstant(float seconds, float sampleRate);
-    // Squared magnitude of the matching analogue one-pole at normFreq.
-    virtual float getPowerResponse(float normFreq) const;
-
 
 protected:
     float pole;
     float state;
-    float normFreq;
 };

@@ -22,8 +22,6 @@ public:
     const int* getBinsPerBand() const { return binsPerBand.data(); }
     const float* getBandCentres() const { return bandCentre.data(); }
     const float* getThresholds() const { return threshold.data(); }
-    const float* getWeights() const { return weight.data(); }
-    float getPowerCoef() const { return powerCoef; }
 
 protected:
     int bandCount;
