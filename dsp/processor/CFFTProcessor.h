@@ -29,7 +29,6 @@ public:
     int getFrameLength() const { return frameLength; }
     int getHop() const { return hop; }
     const float* getAnalysisWindow() const { return analysis.data(); }
-    const float* getSynthesisWindow() const { return synthesis.data(); }
 
 protected:
     int fftLength;
