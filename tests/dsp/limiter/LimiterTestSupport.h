@@ -23,23 +23,6 @@ inline Buffer makeBuffer(int channels, int frames)
     return Buffer(static_cast<size_t>(channels), std::vector<float>(static_cast<size_t>(frames), 0.0f));
 }
 
-// Uniform values in [-1, 1) from a generator of the tests' own, so that the
-// test signals never touch the program-wide generators of the code under test.
-class TestNoise
-{
-public:
-    explicit TestNoise(uint32_t seed) : state(seed) {}
-
-    float next()
-    {
-        state = state * 1664525u + 1013904223u;
-        return static_cast<float>(state >> 8) * (1.0f / 8388608.0f) - 1.0f;
-    }
-
-private:
-    uint32_t state;
-};
-
 // Every limiter setting, with the values most tests start from: no
 // saturation and no word-length reduction, so the path is plain gain. The
 // with... calls change one setting each and chain:
@@ -235,7 +218,11 @@ inline Buffer loudMix(float sampleRate, int frames, uint32_t seed)
     const double fs = static_cast<double>(sampleRate);
     const int section = 2048;
     Buffer out = makeBuffer(2, frames);
-    TestNoise noise(seed);
+    // The tests' own generator: the program-wide ones of the code under test
+    // stay untouched.
+    std::mt19937 random(seed);
+    std::uniform_real_distribution<float> unit(-1.0f, 1.0f);
+    const auto next = [&] { return unit(random); };
     for (int ch = 0; ch < 2; ++ch)
     {
         const double detune = 1.0 + 0.013 * ch;
@@ -245,7 +232,7 @@ inline Buffer loudMix(float sampleRate, int frames, uint32_t seed)
             const double t = n / fs;
             double music = 0.9 * std::sin(2.0 * pi * 55.0 * detune * t)
                 + 0.45 * std::sin(2.0 * pi * 441.0 * detune * t + ch)
-                + 0.3 * noise.next();
+                + 0.3 * next();
             if (fs > 2.0 * 3600.0)
                 music += 0.25 * std::sin(2.0 * pi * 3600.0 * detune * t);
             double x = 0.0;
@@ -258,8 +245,8 @@ inline Buffer loudMix(float sampleRate, int frames, uint32_t seed)
                 x = 0.02 * music;
                 if (n == nextClick)
                 {
-                    x = (noise.next() < 0.0f ? -1.0 : 1.0) * (1.5 + 2.0 * std::fabs(noise.next()));
-                    nextClick += 23 + static_cast<int>(200.0f * std::fabs(noise.next()));
+                    x = (next() < 0.0f ? -1.0 : 1.0) * (1.5 + 2.0 * std::fabs(next()));
+                    nextClick += 23 + static_cast<int>(200.0f * std::fabs(next()));
                 }
                 break;
             case 2:
