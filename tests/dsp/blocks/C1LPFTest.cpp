@@ -50,7 +50,7 @@ float feedOnes(Filter& filter, int count)
 }
 }
 
-TEST(C1LPFTest, NonPositiveCornerIsFlooredJustBelowOne)
+TEST(C1LPFTest, TimeConstantSetsTheCornerAndNonPositiveCornersAreFlooredJustBelowOne)
 {
     // exp(-2 atan(pi 1e-8)) = 1 - 6.3e-8: rounds to the float just below 1.
     const float floorPole = 1.0f - static_cast<float>(ulpBelowOne);
@@ -60,6 +60,16 @@ TEST(C1LPFTest, NonPositiveCornerIsFlooredJustBelowOne)
         filter.setNormFreq(fn);
         EXPECT_EQ(poleOf(filter), floorPole) << "fn = " << fn;
     }
+
+    // The RMS smoother's setting: corner 1/(2 pi tau), about 2.44 Hz.
+    const double tau = 0.065144174;
+    const double fs = 44100.0;
+    const double corner = 1.0 / (2.0 * pi * tau * fs);
+    C1LPF lowpass;
+    lowpass.setTimeConstant(static_cast<float>(tau), static_cast<float>(fs));
+    // The pole's exponent is ~3.5e-4 and carries a few float roundings of
+    // relative size 2^-24: far below the ulp of the pole itself.
+    EXPECT_NEAR(poleOf(lowpass), poleFor(corner), 4.0 * ulpBelowOne);
 }
 
 TEST(C1LPFTest, StepResponsesFollowThePole)
@@ -89,17 +99,4 @@ TEST(C1LPFTest, StepResponsesFollowThePole)
     }
     // One second at a 1 Hz corner: e^-2pi of the step is left.
     EXPECT_NEAR(feedOnes(highpass, 1), std::exp(-2.0 * pi), 1.5e-3);
-}
-
-TEST(C1LPFTest, TimeConstantSetsTheCorner)
-{
-    // The RMS smoother's setting: corner 1/(2 pi tau), about 2.44 Hz.
-    const double tau = 0.065144174;
-    const double fs = 44100.0;
-    const double corner = 1.0 / (2.0 * pi * tau * fs);
-    C1LPF lowpass;
-    lowpass.setTimeConstant(static_cast<float>(tau), static_cast<float>(fs));
-    // The pole's exponent is ~3.5e-4 and carries a few float roundings of
-    // relative size 2^-24: far below the ulp of the pole itself.
-    EXPECT_NEAR(poleOf(lowpass), poleFor(corner), 4.0 * ulpBelowOne);
 }

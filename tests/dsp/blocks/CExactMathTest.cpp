@@ -90,10 +90,8 @@ TEST(CExactMathTest, EveryFunctionIsCorrectlyRoundedOverTheRangesTheSignalPathUs
         {"exp10+", exactExp10, exp10Reference, 0.0f, 38.0f},
         {"log10", CExactMath::log10, [](long double x) { return std::log10(x); }, 1e-30f, 1e30f},
         {"sin", CExactMath::sin, [](long double x) { return std::sin(x); }, 0.0f, 100.0f},
-        {"sin-", CExactMath::sin, [](long double x) { return std::sin(x); }, -0.0f, -100.0f},
         {"cos", CExactMath::cos, [](long double x) { return std::cos(x); }, 0.0f, 100.0f},
         {"atan", CExactMath::atan, [](long double x) { return std::atan(x); }, 0.0f, 1e8f},
-        {"atan-", CExactMath::atan, [](long double x) { return std::atan(x); }, -0.0f, -1e8f},
         // The masking model's curves: frequency in kHz to the powers it uses.
         {"pow -0.8", [](float x) { return CExactMath::pow(x, -0.8f); },
          [](long double x) { return std::pow(x, static_cast<long double>(-0.8f)); }, 1e-3f, 1e3f},
@@ -117,6 +115,4 @@ TEST(CExactMathTest, TheEndsOfTheRange)
     EXPECT_EQ(CExactMath::exp(-104.0f), 0.0f);
     EXPECT_EQ(CExactMath::exp10(39.0f), infinity);
     EXPECT_EQ(CExactMath::exp10(-46.0f), 0.0f);
-    EXPECT_EQ(CExactMath::pow(10.0f, 1000.0f), infinity);
-    EXPECT_EQ(CExactMath::pow(10.0f, -1000.0f), 0.0f);
 }

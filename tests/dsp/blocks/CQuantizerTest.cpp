@@ -173,14 +173,6 @@ TEST(CQuantizerTest, WordLengthsLandOnTheirGrids)
         sum += out * 128.0;
     }
     EXPECT_NEAR(sum / 20000.0, 35.8, 0.02);
-
-    // Word lengths 1 and 2 keep a unit scale: the input is multiplied by
-    // 1 - 7 = -6 and clipped to -1 .. 0.
-    CQuantizer two = makeQuantizer(2, 0.0f, 44100.0f);
-    for (float out : run(two, 31u, 0.5f, 100))
-        ASSERT_EQ(out, -1.0f);
-    for (float out : run(two, 31u, -0.5f, 100))
-        ASSERT_EQ(out, 0.0f);
 }
 
 TEST(CQuantizerTest, NoiseFollowsTheShelfThatTheRateSelects)

@@ -85,17 +85,9 @@ TEST(CVuTest, InvertedMeterHoldsTheDipThenRecoversUpToTheLimit)
     EXPECT_EQ(meter.peekValue(), 0.25f);
     EXPECT_EQ(meter.getValue(), 0.25f);
 
-    const float rise = meter.getRise();
-    float expected = 0.25f;
-    for (int i = 0; i < 5; ++i)
-    {
-        feed(meter, 1.0f, 1);
-        expected *= rise;
-        EXPECT_EQ(meter.peekValue(), expected) << "sample " << i;
-    }
     // One time constant: 0.25 e; rounding drift below n 2^-24 as for the fall.
     const int n = 22050;
-    feed(meter, 1.0f, n - 5);
+    feed(meter, 1.0f, n);
     EXPECT_NEAR(meter.peekValue(), 0.25 * std::exp(1.0), 0.25 * std::exp(1.0) * n * std::ldexp(1.0, -23));
 
     // ln 4 x 22050 = 30568 samples reach the limit; it is never passed.

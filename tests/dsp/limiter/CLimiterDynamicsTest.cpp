@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <vector>
 
 using namespace limiter_test;
 
@@ -55,25 +54,16 @@ TEST(CLimiterDynamicsTest, LinkedChannelFollowsTheAttackLaw)
     }
 }
 
-namespace
-{
-struct LinkCase
-{
-    float link;
-    double rightGain;
-};
-}
-
 TEST(CLimiterLinkTest, SettledGainsFollowBothHalvesOfTheLinkLaw)
 {
     // Left alternates at +-4, right at +-0.1; attack 0, so each envelope is
     // its sliding maximum. The right channel's level:
     //   link <= 0.5: max(1, 2*link*4)        -> gains 1, 0.5, 0.25 at 0, 0.25, 0.5
     //   link >  0.5: max(1, 2*(link-0.5)*4, 4) = 4, whatever the link.
-    const LinkCase cases[] = {{0.0f, 1.0}, {0.25f, 0.5}, {0.5f, 0.25}, {0.75f, 0.25}, {1.0f, 0.25}};
+    const struct { float link; double rightGain; } cases[] = {{0.0f, 1.0}, {0.25f, 0.5}, {0.5f, 0.25}, {0.75f, 0.25}, {1.0f, 0.25}};
     const int frames = latency + 6000;
     const Buffer in = alternating(frames, 4.0f, 0.1f);
-    for (const LinkCase& c : cases)
+    for (const auto& c : cases)
     {
         const Buffer out = limit(Settings().withAttack(0.0f).withRelease(1.0f).withLink(c.link), in);
         EXPECT_LT(worstRelativeDeviation(out[0], latency + 2000, frames, 1.0), 3e-4) << "link " << c.link;

@@ -11,11 +11,8 @@
 #ifdef _WIN32
 #include <malloc.h>
 #endif
-#include <limits>
 #include <new>
 #include <random>
-#include <string>
-#include <thread>
 #include <vector>
 
 using namespace limiter_test;
@@ -91,7 +88,9 @@ TEST(CLimiterMetersTest, RmsMeterReadsTheMeanSquareDoubledOnTheAes17Scale)
     // smoother leaves a ripple of 2.44/(2 x 997) = 0.12 % on it, which the
     // held peak of the meter keeps. The AES17 reading is twice that, so that
     // a full-scale sine would read 1 (0 dB).
-    const Buffer in = sine(997.0, 0.5, latency + 66150);
+    Buffer in = makeBuffer(2, latency + 66150);
+    for (size_t n = 0; n < in[0].size(); ++n)
+        in[0][n] = in[1][n] = static_cast<float>(0.5 * std::sin(2.0 * pi * 997.0 * double(n) / 44100.0));
     for (bool aes17 : {false, true})
     {
         SetUpLimiter limiter(Settings().withAes17(aes17));

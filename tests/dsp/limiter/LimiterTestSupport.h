@@ -161,14 +161,6 @@ inline Buffer limit(const Settings& s, const Buffer& in)
     return render(limiter, in, 512);
 }
 
-// Both program-wide generator states as a process starts with them, so
-// that two renders draw the same noise and dither.
-inline void restartGenerators()
-{
-    randState.store(0);
-    noiseSeed.store(0);
-}
-
 const double pi = 3.14159265358979323846;
 
 // Silence becomes +-1e-8 noise ahead of the 1 Hz high-pass, whose output is
@@ -194,17 +186,9 @@ inline double worstRelativeDeviation(const std::vector<float>& channel, int from
 // renders are comparable bit for bit, noise and dither included.
 inline Buffer renderFromStart(const Settings& settings, const Buffer& in)
 {
-    restartGenerators();
+    randState.store(0);
+    noiseSeed.store(0);
     return limit(settings, in);
-}
-
-// The same sine in both channels, at 44.1 kHz.
-inline Buffer sine(double frequency, double amplitude, int frames)
-{
-    Buffer in = makeBuffer(2, frames);
-    for (int n = 0; n < frames; ++n)
-        in[0][n] = in[1][n] = static_cast<float>(amplitude * std::sin(2.0 * pi * frequency * n / 44100.0));
-    return in;
 }
 
 // A loud stereo mix that keeps the limiter busy: a bass line, mid and high
