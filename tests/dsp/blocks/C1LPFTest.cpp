@@ -60,6 +60,14 @@ TEST(C1LPFTest, TimeConstantSetsTheCornerAndNonPositiveCornersAreFlooredJustBelo
         filter.setNormFreq(fn);
         EXPECT_EQ(poleOf(filter), floorPole) << "fn = " << fn;
     }
+    // High corners show the pre-warp: without the arctangent a quarter of
+    // the rate would give exp(-pi/2) = 0.208 instead of 0.264.
+    for (float fn : {0.01f, 0.1f, 0.25f})
+    {
+        C1LPF filter;
+        filter.setNormFreq(fn);
+        EXPECT_NEAR(poleOf(filter), poleFor(fn), 1e-6) << "fn = " << fn;
+    }
 
     // The RMS smoother's setting: corner 1/(2 pi tau), about 2.44 Hz.
     const double tau = 0.065144174;
