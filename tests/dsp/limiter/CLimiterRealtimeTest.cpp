@@ -17,9 +17,9 @@
 
 using namespace limiter_test;
 
-// The meters' scale and neutral channels, and what the audio thread may rely on: no
-// allocation, the caller's floating-point state kept, settings from another
-// thread.
+// The RMS meter's scale, and what the audio thread may rely on: no
+// allocation and the caller's floating-point state kept. Settings from
+// another thread are the plug-in's thread tests'.
 
 // Every allocation of the test program is counted, so that a test can show
 // that none happens inside process(). The library's array and nothrow forms
@@ -102,7 +102,7 @@ TEST(CLimiterMetersTest, RmsMeterReadsTheMeanSquareDoubledOnTheAes17Scale)
 }
 
 // ---------------------------------------------------------------------------
-// Real-time behaviour and threads
+// Real-time behaviour
 // ---------------------------------------------------------------------------
 
 TEST(CLimiterRealtimeTest, ProcessNeverAllocates)

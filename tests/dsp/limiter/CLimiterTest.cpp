@@ -11,7 +11,7 @@
 using namespace limiter_test;
 
 // What the limiter does to the signal path, against what the mathematics of
-// its stages predicts: latency, the unity path, the ceiling, the look-ahead.
+// its stages predicts: the noise of silence, the ceiling, the look-ahead.
 // That the fast path computes the plain loop bit for bit, for any block size,
 // is CLimiterReferenceTest's.
 
