@@ -160,21 +160,6 @@ TEST(CQuantizerTest, FullScaleKeepsSevenStepsOfHeadroomAndOverloadClips)
         ASSERT_EQ(out, -1.0f);
 }
 
-TEST(CQuantizerTest, WordLengthsLandOnTheirGrids)
-{
-    // 8 bits: 0.3 x (128 - 7) = 36.3 steps; floor(36.3 + d) is 36 for
-    // d >= -0.3 and 35 below, so the mean is 36.3 - 0.5 = 35.8. The mean of
-    // 20000 such draws has a standard deviation of 0.4/sqrt(20000) = 0.003.
-    CQuantizer eight = makeQuantizer(8, 0.0f, 44100.0f);
-    double sum = 0.0;
-    for (float out : run(eight, 31u, 0.3f, 20000))
-    {
-        ASSERT_TRUE(out == 35.0f / 128.0f || out == 36.0f / 128.0f) << out;
-        sum += out * 128.0;
-    }
-    EXPECT_NEAR(sum / 20000.0, 35.8, 0.02);
-}
-
 TEST(CQuantizerTest, NoiseFollowsTheShelfThatTheRateSelects)
 {
     // In steps, with silence in, the output is q = (1 - E) e - 1/2, where the

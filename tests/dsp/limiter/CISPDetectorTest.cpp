@@ -12,18 +12,9 @@ namespace
 // the newest input and h3 the oldest.
 const double halfOuter = 0.08734027;   // taps on h0 and h3 (negative)
 const double halfInner = 0.58519703;   // taps on h1 and h2
-// Quarter-way point on h0..h3; the three-quarter point uses them mirrored.
-const double quarter[4] = {-0.10642114, 0.9010235, 0.23381723, -0.033620026};
-const double centre = 1.028367;         // tap on h1
 
 // A few float roundings of sums below 2 in magnitude.
 const double tolerance = 1e-6;
-
-void feed(CISPDetector& detector, float x, int count)
-{
-    for (int i = 0; i < count; ++i)
-        detector.process(&x);
-}
 }
 
 TEST(CISPDetectorTest, QuarterRateSineAt45DegreesReadsTheHalfWayEstimate)
@@ -47,28 +38,4 @@ TEST(CISPDetectorTest, QuarterRateSineAt45DegreesReadsTheHalfWayEstimate)
     const double halfWay = 2.0 * a * (halfInner + halfOuter);
     EXPECT_NEAR(halfWay, 0.9511, 1e-4);
     EXPECT_NEAR(detector.readPeak(), halfWay, tolerance);
-}
-
-TEST(CISPDetectorTest, ReadPeakResetsAndEstimateLagsOneSample)
-{
-    CISPDetector detector(44100.0f);
-    EXPECT_EQ(detector.getLatency(), 1);
-    EXPECT_EQ(detector.readPeak(), 0.0f);
-
-    // Impulse: while it is only h0 the largest term is the quarter point's
-    // h0 tap; one sample later it is h1 and the centre tap reads it.
-    feed(detector, 1.0f, 1);
-    EXPECT_NEAR(detector.readPeak(), -quarter[0], tolerance);
-    EXPECT_EQ(detector.readPeak(), 0.0f);
-    feed(detector, 0.0f, 1);
-    EXPECT_NEAR(detector.readPeak(), centre, tolerance);
-    EXPECT_EQ(detector.readPeak(), 0.0f);
-    // Then the three-quarter point's taps on h2 and h3 (the mirrored quarter
-    // taps), and nothing once the impulse has left the history.
-    feed(detector, 0.0f, 1);
-    EXPECT_NEAR(detector.readPeak(), quarter[1], tolerance);
-    feed(detector, 0.0f, 1);
-    EXPECT_NEAR(detector.readPeak(), -quarter[0], tolerance);
-    feed(detector, 0.0f, 1);
-    EXPECT_EQ(detector.readPeak(), 0.0f);
 }

@@ -98,19 +98,3 @@ TEST(CPsychoMasking, SpreadsTenDbUpAndTwentyDbDown)
         EXPECT_NEAR(mask[loud + offset] - threshold[loud + offset], expected, expected * 3.16e-6) << "offset " << offset;
     }
 }
-
-TEST(CPsychoMasking, NormalisedFlatSpectrumStaysNearItsOwnLevel)
-{
-    // A flat mask M normalises to 1 / sum of the spread weights / M:
-    // 1 / ((1 + 0.1 + ... + 0.1^7) + (0.01 + ... + 0.01^8)) * M, away from
-    // the edges.
-    Bands bands;
-    const std::vector<float> power(size_t(bands.getBandCount()), 1.0f);
-    const std::vector<float> raw = bands.mask(power, false, false);
-    const std::vector<float> normalised = bands.mask(power, true, false);
-    double spreadSum = 0.0;
-    for (int k = 0; k < 8; ++k)
-        spreadSum += std::pow(0.1, k) + std::pow(0.01, k + 1);
-    const size_t b = size_t(bands.getBandCount() / 2);
-    EXPECT_NEAR(normalised[b] / raw[b], 1.0 / spreadSum, 1e-4);
-}
