@@ -204,7 +204,6 @@ public:
     // Reads without starting the release (for tests and diagnostics).
     float peekValue() const { return value.load(std::memory_order_relaxed); }
     float getFall() const { return fall; }
-    float getRise() const { return rise; }
 
 private:
     float fall;
