@@ -30,7 +30,7 @@ TEST_P(GoldenRender, ProgramMatchesItsChecksum)
 {
     const int program = GetParam();
     const ProcessResult run = runProcess({GOLDEN_RENDER_PATH, PALISORNE_MODULE_PATH, std::to_string(program)});
-    ASSERT_EQ(run.exitCode, 0);
+    ASSERT_EQ(run.exitCode, 0) << run.err;
     EXPECT_EQ(run.out, std::to_string(program) + " " + goldenChecksums[program] + "\n");
 }
 

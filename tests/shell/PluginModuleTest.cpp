@@ -236,7 +236,7 @@ TEST(PluginExports, OnlyTheEntryPoints)
 {
     const ProcessResult nm = runProcess({"nm", "-D", "--defined-only", PALISORNE_MODULE_PATH});
     ASSERT_TRUE(nm.started);
-    ASSERT_EQ(nm.exitCode, 0);
+    ASSERT_EQ(nm.exitCode, 0) << nm.err;
     std::set<std::string> symbols;
     std::istringstream lines(nm.out);
     std::string line;

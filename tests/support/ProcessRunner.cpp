@@ -1,7 +1,35 @@
 #include "ProcessRunner.h"
 
+namespace
+{
+// Our environment with extraEnvironment added to or replacing its entries.
+std::vector<std::string> mergedEnvironment(const std::vector<std::string>& current,
+                                           const std::vector<std::string>& extraEnvironment)
+{
+    std::vector<std::string> environment;
+    for (const std::string& variable : current)
+    {
+        bool replaced = false;
+        for (const std::string& extra : extraEnvironment)
+        {
+            replaced = replaced || variable.compare(0, extra.find('=') + 1, extra, 0, extra.find('=') + 1) == 0;
+        }
+        if (!replaced)
+        {
+            environment.push_back(variable);
+        }
+    }
+    environment.insert(environment.end(), extraEnvironment.begin(), extraEnvironment.end());
+    return environment;
+}
+}
+
 #ifdef _WIN32
 #include <windows.h>
+
+#include <cstring>
+#include <functional>
+#include <thread>
 
 namespace
 {
@@ -24,24 +52,72 @@ std::string quoted(const std::string& argument)
     text.append(2 * backslashes, '\\');
     return text + "\"";
 }
+
+// Everything the child writes, its text-mode line ends ("\r\n") read as "\n".
+void readAll(HANDLE from, std::string& into)
+{
+    char buffer[4096];
+    DWORD count = 0;
+    while (ReadFile(from, buffer, sizeof buffer, &count, nullptr) && count > 0)
+    {
+        into.append(buffer, count);
+    }
+    CloseHandle(from);
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < into.size(); ++i)
+    {
+        if (!(into[i] == '\r' && i + 1 < into.size() && into[i + 1] == '\n'))
+        {
+            into[kept++] = into[i];
+        }
+    }
+    into.resize(kept);
+}
 }
 
-ProcessResult runProcess(const std::vector<std::string>& argv)
+ProcessResult runProcess(const std::vector<std::string>& argv, const std::vector<std::string>& extraEnvironment)
 {
     ProcessResult result;
+    if (argv.empty())
+    {
+        return result;
+    }
+    std::vector<std::string> current;
+    char* block = GetEnvironmentStringsA();
+    for (const char* entry = block; *entry; entry += std::strlen(entry) + 1)
+    {
+        current.emplace_back(entry);
+    }
+    FreeEnvironmentStringsA(block);
+    std::string environment;
+    for (const std::string& variable : mergedEnvironment(current, extraEnvironment))
+    {
+        environment += variable + '\0';
+    }
+    environment += '\0';
     std::string commandLine;
     for (const std::string& argument : argv)
     {
         commandLine += (commandLine.empty() ? "" : " ") + quoted(argument);
     }
+
     SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
     HANDLE outRead = nullptr;
     HANDLE outWrite = nullptr;
-    if (argv.empty() || !CreatePipe(&outRead, &outWrite, &inheritable, 0))
+    HANDLE errRead = nullptr;
+    HANDLE errWrite = nullptr;
+    if (!CreatePipe(&outRead, &outWrite, &inheritable, 0))
     {
         return result;
     }
+    if (!CreatePipe(&errRead, &errWrite, &inheritable, 0))
+    {
+        CloseHandle(outRead);
+        CloseHandle(outWrite);
+        return result;
+    }
     SetHandleInformation(outRead, HANDLE_FLAG_INHERIT, 0);
+    SetHandleInformation(errRead, HANDLE_FLAG_INHERIT, 0);
     HANDLE nothing = CreateFileA("NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, &inheritable, OPEN_EXISTING,
                                  0, nullptr);
     STARTUPINFOA startup = {};
@@ -49,43 +125,38 @@ ProcessResult runProcess(const std::vector<std::string>& argv)
     startup.dwFlags = STARTF_USESTDHANDLES;
     startup.hStdInput = nothing;
     startup.hStdOutput = outWrite;
-    startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
+    startup.hStdError = errWrite;
     PROCESS_INFORMATION process = {};
-    result.started =
-        CreateProcessA(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
+    const BOOL started = CreateProcessA(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, environment.data(),
+                                        nullptr, &startup, &process);
     CloseHandle(outWrite);
+    CloseHandle(errWrite);
     if (nothing != INVALID_HANDLE_VALUE)
     {
         CloseHandle(nothing);
     }
-    char buffer[4096];
-    DWORD count = 0;
-    while (ReadFile(outRead, buffer, sizeof buffer, &count, nullptr) && count > 0)
+    // Both pipes are drained together, so a child that fills one while we
+    // wait on the other cannot stall.
+    std::thread errReader(readAll, errRead, std::ref(result.err));
+    readAll(outRead, result.out);
+    errReader.join();
+    if (!started)
     {
-        // Text-mode line ends ("\r\n") read as "\n".
-        for (DWORD i = 0; i < count; ++i)
-        {
-            if (buffer[i] != '\r')
-            {
-                result.out += buffer[i];
-            }
-        }
+        return result;
     }
-    CloseHandle(outRead);
-    if (result.started)
-    {
-        WaitForSingleObject(process.hProcess, INFINITE);
-        DWORD exitCode = 0;
-        GetExitCodeProcess(process.hProcess, &exitCode);
-        result.exitCode = static_cast<int>(exitCode);
-        CloseHandle(process.hThread);
-        CloseHandle(process.hProcess);
-    }
+    result.started = true;
+    WaitForSingleObject(process.hProcess, INFINITE);
+    DWORD exitCode = 0;
+    GetExitCodeProcess(process.hProcess, &exitCode);
+    result.exitCode = static_cast<int>(exitCode);
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
     return result;
 }
 
 #else
 #include <fcntl.h>
+#include <poll.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -94,51 +165,101 @@ ProcessResult runProcess(const std::vector<std::string>& argv)
 
 extern char** environ;
 
-ProcessResult runProcess(const std::vector<std::string>& argv)
+namespace
+{
+std::vector<char*> pointers(std::vector<std::string>& texts)
+{
+    std::vector<char*> result;
+    for (std::string& text : texts)
+    {
+        result.push_back(text.data());
+    }
+    result.push_back(nullptr);
+    return result;
+}
+}
+
+ProcessResult runProcess(const std::vector<std::string>& argv, const std::vector<std::string>& extraEnvironment)
 {
     ProcessResult result;
-    std::vector<std::string> arguments = argv;
-    std::vector<char*> pointers;
-    for (std::string& argument : arguments)
+    std::vector<std::string> current;
+    for (char** entry = environ; *entry; ++entry)
     {
-        pointers.push_back(argument.data());
+        current.emplace_back(*entry);
     }
-    pointers.push_back(nullptr);
-    int outPipe[2];
-    if (argv.empty() || pipe2(outPipe, O_CLOEXEC) != 0)
+    std::vector<std::string> environment = mergedEnvironment(current, extraEnvironment);
+    std::vector<std::string> arguments = argv;
+    if (arguments.empty())
     {
+        return result;
+    }
+
+    int outPipe[2];
+    int errPipe[2];
+    if (pipe2(outPipe, O_CLOEXEC) != 0)
+    {
+        return result;
+    }
+    if (pipe2(errPipe, O_CLOEXEC) != 0)
+    {
+        close(outPipe[0]);
+        close(outPipe[1]);
         return result;
     }
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_adddup2(&actions, outPipe[1], STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, errPipe[1], STDERR_FILENO);
     pid_t child = 0;
-    result.started = posix_spawnp(&child, pointers[0], &actions, nullptr, pointers.data(), environ) == 0;
+    const int failed = posix_spawnp(&child, arguments[0].c_str(), &actions, nullptr, pointers(arguments).data(),
+                                    pointers(environment).data());
     posix_spawn_file_actions_destroy(&actions);
     close(outPipe[1]);
-    char buffer[4096];
-    ssize_t count = 0;
-    while ((count = read(outPipe[0], buffer, sizeof buffer)) != 0)
+    close(errPipe[1]);
+
+    // Both pipes are drained together, so a child that fills one while we
+    // wait on the other cannot stall.
+    pollfd ends[2] = {{outPipe[0], POLLIN, 0}, {errPipe[0], POLLIN, 0}};
+    std::string* texts[2] = {&result.out, &result.err};
+    int open = failed == 0 ? 2 : 0;
+    while (open > 0)
     {
-        if (count > 0)
-        {
-            result.out.append(buffer, static_cast<std::size_t>(count));
-        }
-        else if (errno != EINTR)
+        if (poll(ends, 2, -1) < 0 && errno != EINTR)
         {
             break;
         }
+        for (int i = 0; i < 2; ++i)
+        {
+            if (ends[i].fd < 0 || ends[i].revents == 0)
+            {
+                continue;
+            }
+            char buffer[4096];
+            const ssize_t count = read(ends[i].fd, buffer, sizeof buffer);
+            if (count > 0)
+            {
+                texts[i]->append(buffer, static_cast<std::size_t>(count));
+            }
+            else if (count == 0 || errno != EINTR)
+            {
+                ends[i].fd = -1;
+                --open;
+            }
+        }
     }
     close(outPipe[0]);
+    close(errPipe[0]);
+    if (failed != 0)
+    {
+        return result;
+    }
+    result.started = true;
     int status = 0;
-    while (result.started && waitpid(child, &status, 0) < 0 && errno == EINTR)
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR)
     {
     }
-    if (result.started)
-    {
-        result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    }
+    result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     return result;
 }
 #endif

@@ -3,15 +3,17 @@
 #include <string>
 #include <vector>
 
-// How a program run by runProcess ended and what it printed on stdout.
+// How a program run by runProcess ended and what it printed.
 struct ProcessResult
 {
     bool started = false;
-    int exitCode = -1; // 128 + the signal when it was killed
+    int exitCode = -1;   // 128 + the signal when it was killed
     std::string out;
+    std::string err;
 };
 
-// Runs a program in a fresh process (argv[0] is looked up in PATH when it has
-// no slash), stdin from the null device, and waits for it. Its stderr goes to
-// ours, where the test log shows it.
-ProcessResult runProcess(const std::vector<std::string>& argv);
+// Runs a program in a fresh process, without a shell (argv[0] is looked up
+// in PATH when it has no slash), stdin from /dev/null, and waits for it.
+// extraEnvironment: "NAME=value" entries added to (or replacing) ours.
+ProcessResult runProcess(const std::vector<std::string>& argv,
+                         const std::vector<std::string>& extraEnvironment = {});
