@@ -13,7 +13,6 @@ packages=(
   sox lsp-plugins-vst zam-plugins
   g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine wine64
 )
-if [ "${PALISORNE_WITH_ARDOUR:-0}" = 1 ]; then packages+=(ardour); fi
 
 missing=()
 for p in "${packages[@]}"; do

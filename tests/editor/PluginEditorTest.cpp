@@ -1,62 +1,19 @@
-#include "TestDesktop.h"
-#include "VstModule.h"
+#include "ProcessRunner.h"
 
 #include <cairo.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <cstdio>
-#include <spawn.h>
 #include <string>
-#include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 #include <vector>
-
-extern char** environ;
 
 namespace
 {
 // The built module and host, through the binary interface only.
 const char* const modulePath = PALISORNE_MODULE_PATH;
 const char* const hostPath = PALISORNE_HOST_PATH;
-
-template <class Condition>
-bool idleUntil(VstModule& module, Condition condition)
-{
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-    while (std::chrono::steady_clock::now() < end)
-    {
-        module.dispatch(effEditIdle);
-        if (condition())
-        {
-            return true;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return false;
-}
-}
-
-TEST(PluginEditorTest, ModuleOpensItsEditorInTheHostsWindowAndClosesItWithTheEffect)
-{
-    VstModule module(modulePath);
-    module.open();
-    ASSERT_TRUE(module.flags() & effFlagsHasEditor);
-    TestDesktop desktop(506, 427);
-    ASSERT_TRUE(desktop.isConnected());
-    ASSERT_EQ(module.dispatch(effEditOpen, 0, 0, desktop.getParentHandle()), 1);
-    ASSERT_TRUE(idleUntil(module, [&desktop] { return desktop.isViewable(desktop.findEditorWindow()); }));
-    module.setParameter(6, 2.0f / 3.0f);
-    module.dispatch(effEditIdle);
-    module.dispatch(effEditClose);
-    EXPECT_EQ(desktop.findEditorWindow(), 0u);
-    // An editor left open is closed with the effect.
-    ASSERT_EQ(module.dispatch(effEditOpen, 0, 0, desktop.getParentHandle()), 1);
-    module.dispatch(effEditIdle);
-    module.close();
-    EXPECT_EQ(desktop.findEditorWindow(), 0u);
 }
 
 // The rendered editor: the edit command plays the demo mix through "K-system
@@ -70,20 +27,9 @@ TEST(PluginEditorTest, EditCommandScreenshotShowsTheSwitchesAndTheMeterZonesOfTh
     const std::vector<std::string> words = {hostPath,  "edit",          "--plugin", modulePath, "--program",
                                             "K-system CD master", "--set", "In gain=6", "--screenshot", shot,
                                             "--idles", "90"};
-    std::vector<char*> arguments;
-    for (const std::string& word : words)
-    {
-        arguments.push_back(const_cast<char*>(word.c_str()));
-    }
-    arguments.push_back(nullptr);
     // A sanitizer build of the host reads the same suppressions.
-    setenv("LSAN_OPTIONS", "suppressions=" PALISORNE_LSAN_SUPPRESSIONS, 1);
-    pid_t child = 0;
-    ASSERT_EQ(posix_spawn(&child, hostPath, nullptr, nullptr, arguments.data(), environ), 0);
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 0);
+    const ProcessResult run = runProcess(words, {"LSAN_OPTIONS=suppressions=" PALISORNE_LSAN_SUPPRESSIONS});
+    ASSERT_EQ(run.exitCode, 0) << run.err;
 
     cairo_surface_t* image = cairo_image_surface_create_from_png(shot.c_str());
     ASSERT_EQ(cairo_surface_status(image), CAIRO_STATUS_SUCCESS);

@@ -183,4 +183,9 @@ TEST(PluginThreads, EditorOpenedAndClosedWhileAudioRuns)
     audio.finish();
     EXPECT_GT(audio.processedBlocks(), 0);
     EXPECT_TRUE(plugin.clean()) << plugin.firstViolation();
+    // An editor left open is closed with the effect.
+    ASSERT_EQ(effect->dispatcher(effect, effEditOpen, 0, 0, desktop.getParentHandle(), 0.0f), 1);
+    effect->dispatcher(effect, effEditIdle, 0, 0, nullptr, 0.0f);
+    plugin.module().close();
+    EXPECT_EQ(desktop.findEditorWindow(), 0u);
 }

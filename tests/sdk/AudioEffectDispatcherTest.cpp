@@ -4,7 +4,6 @@
 #include "AudioEffectX.h"
 
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <string>
 #include <utility>
@@ -149,19 +148,6 @@ protected:
 };
 }
 
-TEST(VstText, CopyIsCutAndAlwaysTerminated)
-{
-    char text[12];
-    std::memset(text, 'x', sizeof text);
-    vst_strncpy(text, "Lookahead time", 8);
-    EXPECT_STREQ(text, "Lookahea");
-    vst_strncpy(text, "dB", 8);
-    EXPECT_STREQ(text, "dB");
-    vst_strncpy(text, nullptr, 8);
-    EXPECT_STREQ(text, "");
-    vst_strncpy(nullptr, "ignored", 8);
-}
-
 TEST_F(AudioEffectDispatcher, RecordDescribesTheEffectAndFollowsAnnouncements)
 {
     EXPECT_EQ(record->magic, kEffectMagic);
@@ -294,26 +280,6 @@ TEST_F(AudioEffectDispatcher, SampleRateAndBlockSizeRejectNonsenseMainsSuspendAn
               (std::vector<std::string>{"setSampleRate", "setBlockSize 512", "suspend", "resume", "suspend"}));
 }
 
-TEST_F(AudioEffectDispatcher, UnknownAndUnsupportedOpcodesAnswerZero)
-{
-    char buffer[256] = {};
-    const VstInt32 opcodes[] = {-1, 80, 9999, effGetVu, effGetChunk, effSetChunk, effProcessEvents,
-                                effString2Parameter, effSetBypass, effGetParameterProperties, effShellGetNextPlugin,
-                                effGetTailSize, effSetSpeakerArrangement, effGetNumMidiInputChannels};
-    for (VstInt32 opcode : opcodes)
-    {
-        EXPECT_EQ(dispatch(opcode, 0, 0, buffer), 0) << opcode;
-        EXPECT_EQ(dispatch(opcode, -5, -5, nullptr), 0) << opcode;
-    }
-    EXPECT_EQ(dispatch(effGetInputProperties, 2, 0, buffer), 0);
-    EXPECT_EQ(dispatch(effGetOutputProperties, -1, 0, buffer), 0);
-    EXPECT_EQ(dispatch(effCanBeAutomated, 1), 1);
-    EXPECT_EQ(dispatch(effCanBeAutomated, 2), 0);
-    EXPECT_EQ(dispatch(effSetTotalSampleToProcess, 0, 4096), 4096);
-    EXPECT_EQ(dispatch(effIdentify), vstFourCharCode('N', 'v', 'E', 'f'));
-    EXPECT_TRUE(effect->calls.empty());
-}
-
 TEST_F(AudioEffectDispatcher, AutomationIsReportedToTheHost)
 {
     effect->setParameterAutomated(1, 0.125f);
@@ -329,32 +295,6 @@ TEST_F(AudioEffectDispatcher, AutomationIsReportedToTheHost)
     EXPECT_EQ(hostCalls[1].opcode, audioMasterBeginEdit);
     EXPECT_EQ(hostCalls[2].opcode, audioMasterEndEdit);
     EXPECT_EQ(hostCalls[2].index, 1);
-}
-
-TEST(AudioEffectWithoutHost, HostCallsAnswerFalse)
-{
-    struct Silent : AudioEffectX
-    {
-        Silent() : AudioEffectX(nullptr, 1, 1) {}
-        void processReplacing(float**, float**, VstInt32) override {}
-    } effect;
-    effect.setParameterAutomated(0, 1.0f);
-    EXPECT_FALSE(effect.beginEdit(0));
-    EXPECT_FALSE(effect.endEdit(0));
-}
-
-TEST_F(AudioEffectDispatcher, EditorOpcodesWithoutEditorAnswerZero)
-{
-    ERect* rect = reinterpret_cast<ERect*>(0x1);
-    EXPECT_EQ(dispatch(effEditGetRect, 0, 0, &rect), 0);
-    EXPECT_EQ(rect, nullptr);
-    EXPECT_EQ(dispatch(effEditGetRect, 0, 0, nullptr), 0);
-    int window = 0;
-    EXPECT_EQ(dispatch(effEditOpen, 0, 0, &window), 0);
-    EXPECT_EQ(dispatch(effEditClose), 0);
-    EXPECT_EQ(dispatch(effEditIdle), 0);
-    EXPECT_EQ(dispatch(effEditKeyDown, 'a', VKEY_RETURN, nullptr, 0.0f), 0);
-    EXPECT_EQ(record->flags & effFlagsHasEditor, 0);
 }
 
 TEST_F(AudioEffectDispatcher, EditorOpcodesReachTheEditorCloseDeletesBoth)
@@ -397,17 +337,4 @@ TEST_F(AudioEffectDispatcher, EditorOpcodesReachTheEditorCloseDeletesBoth)
     EXPECT_EQ(dispatch(effClose), 1);
     EXPECT_TRUE(effectDeleted);
     EXPECT_TRUE(editorDeleted);
-}
-
-TEST_F(AudioEffectDispatcher, ReplacingTheEditorDeletesTheOldOne)
-{
-    bool firstDeleted = false;
-    bool secondDeleted = false;
-    effect->setEditor(new TestEditor(effect, &firstDeleted));
-    effect->setEditor(new TestEditor(effect, &secondDeleted));
-    EXPECT_TRUE(firstDeleted);
-    EXPECT_FALSE(secondDeleted);
-    effect->setEditor(nullptr);
-    EXPECT_TRUE(secondDeleted);
-    EXPECT_EQ(record->flags & effFlagsHasEditor, 0);
 }

@@ -50,19 +50,6 @@ TEST_F(EffectObject, EditorSeesEveryChangeWithinTheUpperBound)
     EXPECT_EQ(plugin.getParameter(-1), 0.0f);
 }
 
-TEST_F(EffectObject, ProgramChangeReplaysAllValuesToTheEditor)
-{
-    editor->received.clear();
-    plugin.setProgram(4);
-    ASSERT_EQ(editor->received.size(), 13u);
-    for (int j = 0; j < 13; ++j)
-    {
-        EXPECT_EQ(editor->received[static_cast<std::size_t>(j)].first, j);
-    }
-    EXPECT_EQ(editor->received[5].second, 0.8f);
-    EXPECT_EQ(editor->received[11].second, 1.0f);
-}
-
 TEST_F(EffectObject, WordLengthStepsAreZeroEightSixteenTwentyFourBits)
 {
     // Program 0's ceiling of -0.1 dB (0.98855) shows the grid; 0 dB is on every grid.
