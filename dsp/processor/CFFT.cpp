@@ -174,17 +174,13 @@ void CFFT::firstStage(float* data) const
 void CFFT::middleStage(float* data, int spacing) const
 {
     const int group = 4 * spacing;
-    for (int j = 0; j < spacing; j += 4)
-        plainPair(data + j, spacing);
-    for (int j = group; j < group + spacing; j += 4)
-        eighthTurnPair(data + j, spacing, table[2]);
+    plainRun(data, spacing);
+    eighthTurnRun(data + group, spacing, table[2]);
     const float* k = groupTwiddles.data();
     for (int start = 2 * group; start < n; start += 2 * group, k += 48)
     {
-        for (int j = start; j < start + spacing; j += 4)
-            twiddledPair(data + j, spacing, k);
-        for (int j = start + group; j < start + group + spacing; j += 4)
-            twiddledPair(data + j, spacing, k + 24);
+        twiddledRun(data + start, spacing, k);
+        twiddledRun(data + start + group, spacing, k + 24);
     }
 }
 
@@ -195,8 +191,7 @@ void CFFT::lastStage(float* data, int spacing) const
         if (spacing == 2)
             plainBlock(data);
         else
-            for (int j = 0; j < spacing; j += 4)
-                plainPair(data + j, spacing);
+            plainRun(data, spacing);
     }
     else if (spacing == 2)
         sumAndDifferencePoints(data);

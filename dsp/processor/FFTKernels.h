@@ -147,22 +147,27 @@ inline void swapPoint(float* data, int i, int j)
 
 // The entry points, each on the data in place.
 
-inline void plainPair(float* at, int spacing)
+// The butterflies at start, start + 2, ... start + spacing - 2 (a group's
+// run), two per step; spacing is a multiple of 4.
+inline void plainRun(float* start, int spacing)
 {
-    butterflyPair(at, spacing, [](const Quad& p) { return plainForm(p); });
+    for (int j = 0; j < spacing; j += 4)
+        butterflyPair(start + j, spacing, [](const Quad& p) { return plainForm(p); });
 }
 
-inline void eighthTurnPair(float* at, int spacing, float s)
+inline void eighthTurnRun(float* start, int spacing, float s)
 {
     const __m128 s4 = _mm_set1_ps(s);
-    butterflyPair(at, spacing, [s4](const Quad& p) { return eighthTurnForm(p, s4); });
+    for (int j = 0; j < spacing; j += 4)
+        butterflyPair(start + j, spacing, [s4](const Quad& p) { return eighthTurnForm(p, s4); });
 }
 
 // k: six registers as the group's twiddles table holds them.
-inline void twiddledPair(float* at, int spacing, const float* k)
+inline void twiddledRun(float* start, int spacing, const float* k)
 {
     const Twiddles twiddles = load(k);
-    butterflyPair(at, spacing, [&twiddles](const Quad& p) { return twiddledForm(p, twiddles); });
+    for (int j = 0; j < spacing; j += 4)
+        butterflyPair(start + j, spacing, [&twiddles](const Quad& p) { return twiddledForm(p, twiddles); });
 }
 
 // The first two blocks of four neighbouring points: plain, eighth turn.
