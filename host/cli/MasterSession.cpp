@@ -8,6 +8,7 @@
 #include "MasterReport.h"
 #include "ParameterSetting.h"
 #include "PluginLocator.h"
+#include "WorkingDirectory.h"
 
 #include <CLI/CLI.hpp>
 
@@ -52,26 +53,6 @@ std::string shellQuoted(const std::string& text)
     return quoted + "'";
 }
 
-// The private directory the passes write into, removed with what is left.
-class WorkingDirectory
-{
-public:
-    explicit WorkingDirectory(const std::string& beside)
-    {
-        std::string pattern = (beside.empty() ? std::string(".") : beside) + "/.palisorne-master-XXXXXX";
-        if (::mkdtemp(pattern.data()) == nullptr)
-        {
-            throw HostError("cannot create a working directory in '" + beside + "'");
-        }
-        path = pattern;
-    }
-    ~WorkingDirectory()
-    {
-        std::error_code ignored;
-        fs::remove_all(path, ignored);
-    }
-    std::string path;
-};
 }
 
 // How the search reaches the plug-in: ours through its input gain and
