@@ -5,6 +5,7 @@
 #include "CFrame.h"
 #include "CMyAnimKnob.h"
 #include "CMyOptionMenu.h"
+#include "CMyVSTPlugin.h"
 #include "CVUMeter.h"
 #include "CXErrorGuard.h"
 
@@ -30,10 +31,9 @@ const ScaleZones scaleZones[4] = {
 
 }
 
-CMyVSTEditor::CMyVSTEditor(AudioEffectX* effect, EditorHost* host)
-    : AEffGUIEditor(effect),
-      effectX(effect),
-      host(host),
+CMyVSTEditor::CMyVSTEditor(CMyVSTPlugin* plugin)
+    : AEffGUIEditor(plugin),
+      plugin(plugin),
       cframe(nullptr),
       versionLabel(nullptr),
       linkButton(nullptr),
@@ -93,7 +93,7 @@ bool CMyVSTEditor::open(void* parentWindow)
     // One index past the table on purpose: it must reach nothing.
     for (VstInt32 index = 0; index <= kNumParameters; ++index)
     {
-        setParameter(index, effectX->getParameter(index));
+        setParameter(index, plugin->getParameter(index));
     }
     return true;
 }
@@ -223,8 +223,8 @@ void CMyVSTEditor::refreshKnob(VstInt32 index, float value)
     {
         return;
     }
-    char text[EditorHost::parameterTextSize] = {};
-    host->getParameterText(index, text);
+    char text[CVSTPlugin::parameterTextSize] = {};
+    plugin->getParameterText(index, text);
     knob->setValueText(text);
     knob->setValue(value);
 }
@@ -242,7 +242,7 @@ void CMyVSTEditor::resetMeters(std::initializer_list<int> meterIndices)
 
 void CMyVSTEditor::applyMeterScale(float value)
 {
-    const int scale = static_cast<int>(host->getPlainValue(kMeterScale) + 0.5f);
+    const int scale = static_cast<int>(plugin->getPlainValue(kMeterScale) + 0.5f);
     if (CMyOptionMenu* menu = static_cast<CMyOptionMenu*>(controls[kMeterScale]))
     {
         menu->setValue(value, true);
@@ -269,7 +269,7 @@ void CMyVSTEditor::applyPostedParameters()
     {
         if (posted[index].exchange(false))
         {
-            setParameter(index, effectX->getParameter(index));
+            setParameter(index, plugin->getParameter(index));
         }
     }
 }
@@ -286,16 +286,16 @@ void CMyVSTEditor::updateMeters()
         float dB;
     };
     const Reading readings[kNumMeters] = {
-        {kRmsLeft, power(host->getRmsLevel(0))},
-        {kRmsRight, power(host->getRmsLevel(1))},
-        {kPeakLeft, level(host->getOutputPeak(0))},
-        {kPeakRight, level(host->getOutputPeak(1))},
-        {kGainReductionLeft, level(host->getGainReduction(0))},
-        {kGainReductionRight, level(host->getGainReduction(1))},
+        {kRmsLeft, power(plugin->getRmsLevel(0))},
+        {kRmsRight, power(plugin->getRmsLevel(1))},
+        {kPeakLeft, level(plugin->getOutputPeak(0))},
+        {kPeakRight, level(plugin->getOutputPeak(1))},
+        {kGainReductionLeft, level(plugin->getGainReduction(0))},
+        {kGainReductionRight, level(plugin->getGainReduction(1))},
         // Scaled up before the logarithm and back after it, kept in two
         // steps although the same in exact arithmetic.
-        {kSaturationLeft, level(1000.0f * host->getSaturationGain(0)) - 60.0f},
-        {kSaturationRight, level(1000.0f * host->getSaturationGain(1)) - 60.0f},
+        {kSaturationLeft, level(1000.0f * plugin->getSaturationGain(0)) - 60.0f},
+        {kSaturationRight, level(1000.0f * plugin->getSaturationGain(1)) - 60.0f},
     };
     for (const Reading& reading : readings)
     {
@@ -308,17 +308,17 @@ void CMyVSTEditor::updateMeters()
 
 void CMyVSTEditor::valueChanged(CControl* control)
 {
-    effectX->setParameterAutomated(control->getTag(), control->getValueNormalized());
+    plugin->setParameterAutomated(control->getTag(), control->getValueNormalized());
 }
 
 void CMyVSTEditor::controlBeginEdit(CControl* control)
 {
-    effectX->beginEdit(control->getTag());
+    plugin->beginEdit(control->getTag());
 }
 
 void CMyVSTEditor::controlEndEdit(CControl* control)
 {
-    effectX->endEdit(control->getTag());
+    plugin->endEdit(control->getTag());
 }
 
 CControl* CMyVSTEditor::getControl(int tag) const

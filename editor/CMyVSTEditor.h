@@ -1,9 +1,8 @@
 #pragma once
 
 #include "AEffGUIEditor.h"
-#include "AudioEffectX.h"
 #include "CControlListener.h"
-#include "EditorHost.h"
+#include "ParameterTable.h"
 
 #include <atomic>
 #include <initializer_list>
@@ -13,6 +12,7 @@
 class CBitmap;
 class CControl;
 class CFrame;
+class CMyVSTPlugin;
 class CTextLabel;
 class CURLButton;
 class CVUMeter;
@@ -33,8 +33,9 @@ class CMyVSTEditor : public AEffGUIEditor, public CControlListener
 public:
     static constexpr int kNumMeters = 8;
 
-    // effect and host are the same plug-in seen through its two interfaces.
-    CMyVSTEditor(AudioEffectX* effect, EditorHost* host);
+    // Reads parameter texts and values from the plug-in's framework and the
+    // meters from its limiter.
+    explicit CMyVSTEditor(CMyVSTPlugin* plugin);
     ~CMyVSTEditor() override;
 
     bool open(void* parentWindow) override;
@@ -83,8 +84,7 @@ private:
     void clearViewPointers();
     bool onEditorThread() const;
 
-    AudioEffectX* effectX;
-    EditorHost* host;
+    CMyVSTPlugin* plugin;
     CFrame* cframe;
 
     std::shared_ptr<const CBitmap> backgroundBitmap;

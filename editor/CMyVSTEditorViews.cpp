@@ -4,6 +4,7 @@
 #include "CFrame.h"
 #include "CMyAnimKnob.h"
 #include "CMyOptionMenu.h"
+#include "CMyVSTPlugin.h"
 #include "COnOffButton.h"
 #include "CTextLabel.h"
 #include "CURLButton.h"
@@ -41,8 +42,8 @@ void CMyVSTEditor::buildInfoViews(int width, int height)
         versionLabel->setTransparency(true);
         versionLabel->setHoriAlign(CDrawContext::Align::right);
         char product[kVstMaxProductStrLen + 1] = {};
-        effectX->getProductString(product);
-        const VstInt32 version = effectX->getVendorVersion();
+        plugin->getProductString(product);
+        const VstInt32 version = plugin->getVendorVersion();
         char text[kVstMaxProductStrLen + 32];
         std::snprintf(text, sizeof text, "%s v%d.%d.%d", product, version / 1000, (version % 1000) / 100,
                       (version % 100) / 10);

@@ -30,7 +30,7 @@ CMyVSTPlugin::CMyVSTPlugin(audioMasterCallback audioMaster, int numInputs, int n
     }
 
     initialise();
-    setEditor(new CMyVSTEditor(this, this));
+    setEditor(new CMyVSTEditor(this));
 }
 
 CMyVSTPlugin::~CMyVSTPlugin() = default;
@@ -80,38 +80,6 @@ void CMyVSTPlugin::setParameter(VstInt32 index, float value)
         editor->setParameter(index, value);
     }
     applyParameter(*this, index, value);
-}
-
-static_assert(EditorHost::parameterTextSize == CVSTPlugin::parameterTextSize, "editor and framework texts");
-
-void CMyVSTPlugin::getParameterText(VstInt32 index, char* text)
-{
-    CVSTPlugin::getParameterText(index, text);
-}
-
-float CMyVSTPlugin::getPlainValue(VstInt32 index)
-{
-    return CVSTPlugin::getPlainValue(index);
-}
-
-float CMyVSTPlugin::getRmsLevel(int channel)
-{
-    return CLimiter::getRmsLevel(channel);
-}
-
-float CMyVSTPlugin::getOutputPeak(int channel)
-{
-    return CLimiter::getOutputPeak(channel);
-}
-
-float CMyVSTPlugin::getGainReduction(int channel)
-{
-    return CLimiter::getGainReduction(channel);
-}
-
-float CMyVSTPlugin::getSaturationGain(int channel)
-{
-    return CLimiter::getSaturationGain(channel);
 }
 
 AudioEffect* createEffectInstance(audioMasterCallback audioMaster)

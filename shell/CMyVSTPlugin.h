@@ -1,13 +1,12 @@
 #pragma once
 
 #include "CVSTPlugin.h"
-#include "EditorHost.h"
 #include "limiter/CLimiter.h"
 
 // The plug-in: the framework that talks to the host, and the limiter that
 // processes the audio, in one object. Parameter changes go to the limiter's
 // settings; audio blocks go straight to the limiter.
-class CMyVSTPlugin : public CVSTPlugin, public CLimiter, public EditorHost
+class CMyVSTPlugin : public CVSTPlugin, public CLimiter
 {
 public:
     CMyVSTPlugin(audioMasterCallback audioMaster, int numInputs, int numOutputs, int numPrograms, int numParams);
@@ -26,13 +25,4 @@ public:
     // ignored; an index of 13 or more changes nothing; a negative one only
     // reaches the editor.
     void setParameter(VstInt32 index, float value) override;
-
-    // What the editor reads: the framework's texts and values in units, and
-    // the limiter's meters.
-    void getParameterText(VstInt32 index, char* text) override;
-    float getPlainValue(VstInt32 index) override;
-    float getRmsLevel(int channel) override;
-    float getOutputPeak(int channel) override;
-    float getGainReduction(int channel) override;
-    float getSaturationGain(int channel) override;
 };
