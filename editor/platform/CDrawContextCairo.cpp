@@ -1,4 +1,4 @@
-#include "CDrawContextCairo.h"
+#include "CDrawContext.h"
 
 #include "CBitmap.h"
 #include "CBitmapCairo.h"
@@ -11,35 +11,50 @@ extern "C" {
 
 #include <cmath>
 
-void CDrawContextCairo::setSource(const CColor& colour)
+// Drawing on the Cairo context of the window's paint.
+class CPlatformContext
+{
+public:
+    explicit CPlatformContext(cairo_t* cr) : cr(cr) {}
+
+    cairo_t* const cr;
+};
+
+namespace
+{
+void setSource(cairo_t* cr, const CColor& colour)
 {
     cairo_set_source_rgba(cr, colour.red / 255.0, colour.green / 255.0, colour.blue / 255.0, colour.alpha / 255.0);
 }
+}
 
-void CDrawContextCairo::fillRect(double left, double top, double right, double bottom, const CColor& colour)
+void CDrawContext::fillRect(double left, double top, double right, double bottom, const CColor& colour)
 {
+    cairo_t* const cr = platform.cr;
     if (right <= left || bottom <= top)
     {
         return;
     }
-    setSource(colour);
+    setSource(cr, colour);
     cairo_rectangle(cr, left, top, right - left, bottom - top);
     cairo_fill(cr);
 }
 
-void CDrawContextCairo::drawHorizontalLine(double left, double right, double row, const CColor& colour)
+void CDrawContext::drawHorizontalLine(double left, double right, double row, const CColor& colour)
 {
+    cairo_t* const cr = platform.cr;
     // One pixel row: a 1-wide stroke through the pixel centres.
-    setSource(colour);
+    setSource(cr, colour);
     cairo_set_line_width(cr, 1.0);
     cairo_move_to(cr, left, row + 0.5);
     cairo_line_to(cr, right, row + 0.5);
     cairo_stroke(cr);
 }
 
-void CDrawContextCairo::drawString(const char* text, const CRect& rect, const CFontDesc& font, const CColor& colour,
-                                   Align align)
+void CDrawContext::drawString(const char* text, const CRect& rect, const CFontDesc& font, const CColor& colour,
+                              Align align)
 {
+    cairo_t* const cr = platform.cr;
     if (!text || !*text)
     {
         return;
@@ -63,13 +78,14 @@ void CDrawContextCairo::drawString(const char* text, const CRect& rect, const CF
     }
     // Centre the capital height (ascent less the descent's share) in the box.
     const double y = rect.top + (rect.height() + fontExtents.ascent - fontExtents.descent) / 2.0;
-    setSource(colour);
+    setSource(cr, colour);
     cairo_move_to(cr, std::round(x), std::round(y));
     cairo_show_text(cr, text);
 }
 
-void CDrawContextCairo::drawBitmap(const CBitmap& bitmap, double x, double y, int frame, int frameHeight)
+void CDrawContext::drawBitmap(const CBitmap& bitmap, double x, double y, int frame, int frameHeight)
 {
+    cairo_t* const cr = platform.cr;
     const CPlatformBitmap* pixels = bitmap.getPlatformBitmap();
     if (!pixels || frameHeight <= 0)
     {
@@ -83,17 +99,18 @@ void CDrawContextCairo::drawBitmap(const CBitmap& bitmap, double x, double y, in
     cairo_restore(cr);
 }
 
-void CDrawContextCairo::enterArea(const CRect& area)
+void CDrawContext::enterArea(const CRect& area)
 {
+    cairo_t* const cr = platform.cr;
     cairo_save(cr);
     cairo_translate(cr, area.left, area.top);
     cairo_rectangle(cr, 0.0, 0.0, area.width(), area.height());
     cairo_clip(cr);
 }
 
-void CDrawContextCairo::leaveArea()
+void CDrawContext::leaveArea()
 {
-    cairo_restore(cr);
+    cairo_restore(platform.cr);
 }
 
 const PuglBackend* getPuglDrawingBackend()
@@ -103,6 +120,7 @@ const PuglBackend* getPuglDrawingBackend()
 
 void paintExposedView(PuglView* view, CFrame& frame)
 {
-    CDrawContextCairo context(static_cast<cairo_t*>(puglGetContext(view)));
+    CPlatformContext platform(static_cast<cairo_t*>(puglGetContext(view)));
+    CDrawContext context(platform);
     frame.paint(context);
 }

@@ -1,4 +1,4 @@
-#include "CDrawContextGdiplus.h"
+#include "CDrawContext.h"
 
 #include "CBitmap.h"
 #include "CBitmapGdiplus.h"
@@ -10,6 +10,17 @@ extern "C" const PuglBackend* palisorneGdiBackend(void);
 
 #include <cmath>
 #include <string>
+
+// Drawing with GDI+ on a graphics (the window's back buffer), and the state
+// the current area saved.
+class CPlatformContext
+{
+public:
+    explicit CPlatformContext(Gdiplus::Graphics& graphics) : graphics(graphics) {}
+
+    Gdiplus::Graphics& graphics;
+    Gdiplus::GraphicsState saved = 0;
+};
 
 namespace
 {
@@ -34,8 +45,9 @@ std::wstring widened(const char* text)
 }
 }
 
-void CDrawContextGdiplus::fillRect(double left, double top, double right, double bottom, const CColor& colour)
+void CDrawContext::fillRect(double left, double top, double right, double bottom, const CColor& colour)
 {
+    Gdiplus::Graphics& graphics = platform.graphics;
     if (right <= left || bottom <= top)
     {
         return;
@@ -44,15 +56,16 @@ void CDrawContextGdiplus::fillRect(double left, double top, double right, double
     graphics.FillRectangle(&brush, toGdiplus(left, top, right, bottom));
 }
 
-void CDrawContextGdiplus::drawHorizontalLine(double left, double right, double row, const CColor& colour)
+void CDrawContext::drawHorizontalLine(double left, double right, double row, const CColor& colour)
 {
     // One pixel row: a filled 1-high rectangle, exactly on the pixel grid.
     fillRect(left, row, right, row + 1.0, colour);
 }
 
-void CDrawContextGdiplus::drawString(const char* text, const CRect& rect, const CFontDesc& font,
-                                     const CColor& colour, Align align)
+void CDrawContext::drawString(const char* text, const CRect& rect, const CFontDesc& font, const CColor& colour,
+                              Align align)
 {
+    Gdiplus::Graphics& graphics = platform.graphics;
     if (!text || !*text)
     {
         return;
@@ -96,8 +109,9 @@ void CDrawContextGdiplus::drawString(const char* text, const CRect& rect, const 
                         &format, &brush);
 }
 
-void CDrawContextGdiplus::drawBitmap(const CBitmap& bitmap, double x, double y, int frame, int frameHeight)
+void CDrawContext::drawBitmap(const CBitmap& bitmap, double x, double y, int frame, int frameHeight)
 {
+    Gdiplus::Graphics& graphics = platform.graphics;
     const CPlatformBitmap* pixels = bitmap.getPlatformBitmap();
     if (!pixels || frameHeight <= 0)
     {
@@ -109,17 +123,18 @@ void CDrawContextGdiplus::drawBitmap(const CBitmap& bitmap, double x, double y, 
                        Gdiplus::UnitPixel);
 }
 
-void CDrawContextGdiplus::enterArea(const CRect& area)
+void CDrawContext::enterArea(const CRect& area)
 {
-    saved = graphics.Save();
+    Gdiplus::Graphics& graphics = platform.graphics;
+    platform.saved = graphics.Save();
     graphics.TranslateTransform(static_cast<Gdiplus::REAL>(area.left), static_cast<Gdiplus::REAL>(area.top));
     graphics.IntersectClip(Gdiplus::RectF(0.0f, 0.0f, static_cast<Gdiplus::REAL>(area.width()),
                                           static_cast<Gdiplus::REAL>(area.height())));
 }
 
-void CDrawContextGdiplus::leaveArea()
+void CDrawContext::leaveArea()
 {
-    graphics.Restore(saved);
+    platform.graphics.Restore(platform.saved);
 }
 
 const PuglBackend* getPuglDrawingBackend()
@@ -142,7 +157,8 @@ void paintExposedView(PuglView* view, CFrame& frame)
         Gdiplus::Graphics graphics(&buffer);
         graphics.SetTextRenderingHint(Gdiplus::TextRenderingHintAntiAlias);
         graphics.SetPixelOffsetMode(Gdiplus::PixelOffsetModeHalf);
-        CDrawContextGdiplus context(graphics);
+        CPlatformContext platform(graphics);
+        CDrawContext context(platform);
         frame.paint(context);
     }
     HDC device = GetDC(window);
