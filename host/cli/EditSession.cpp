@@ -150,14 +150,7 @@ int EditSession::run(const EditSettings& settings)
     {
         throw HostError(plugin.displayName() + " has no editor");
     }
-    if (!settings.program.empty())
-    {
-        plugin.selectProgram(settings.program);
-    }
-    for (const std::string& text : settings.unitSettings)
-    {
-        ParameterSetting::parse(text, false).applyTo(plugin);
-    }
+    ParameterSetting::applyAll(plugin, settings.program, settings.unitSettings, {});
 
     const Loop loop = loadLoop(settings.playPath);
     plugin.start(loop.sampleRate, blockFrames);

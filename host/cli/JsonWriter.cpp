@@ -11,34 +11,34 @@ JsonWriter::JsonWriter(std::ostream& out)
 
 void JsonWriter::beginObject()
 {
-    beforeValue();
-    out << '{';
-    hasElements.push_back(false);
+    open('{');
 }
 
 void JsonWriter::endObject()
 {
-    const bool any = hasElements.back();
-    hasElements.pop_back();
-    if (any)
-    {
-        newline();
-    }
-    out << '}';
-    if (hasElements.empty())
-    {
-        out << '\n';
-    }
+    close('}');
 }
 
 void JsonWriter::beginArray()
 {
-    beforeValue();
-    out << '[';
-    hasElements.push_back(false);
+    open('[');
 }
 
 void JsonWriter::endArray()
+{
+    close(']');
+}
+
+void JsonWriter::open(char bracket)
+{
+    beforeValue();
+    out << bracket;
+    hasElements.push_back(false);
+}
+
+// A container that holds elements closes on a line of its own; the document
+// ends with a line break.
+void JsonWriter::close(char bracket)
 {
     const bool any = hasElements.back();
     hasElements.pop_back();
@@ -46,7 +46,7 @@ void JsonWriter::endArray()
     {
         newline();
     }
-    out << ']';
+    out << bracket;
     if (hasElements.empty())
     {
         out << '\n';
@@ -105,6 +105,18 @@ void JsonWriter::null()
 {
     beforeValue();
     out << "null";
+}
+
+void JsonWriter::value(const std::optional<double>& number)
+{
+    if (number)
+    {
+        value(*number);
+    }
+    else
+    {
+        null();
+    }
 }
 
 namespace

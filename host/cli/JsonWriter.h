@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -26,6 +27,8 @@ public:
     void value(int number);
     void value(bool flag);
     void null();
+    // The number, or null when there is none.
+    void value(const std::optional<double>& number);
     // An array of numbers.
     void value(const std::vector<double>& numbers);
 
@@ -40,6 +43,8 @@ public:
     static std::string escape(const std::string& text);
 
 private:
+    void open(char bracket);
+    void close(char bracket);
     void beforeValue();
     void newline();
 

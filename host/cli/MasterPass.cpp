@@ -8,8 +8,8 @@
 #include "InterruptFlag.h"
 #include "MasterMeter.h"
 #include "ParameterSetting.h"
-#include "PlanarBuffer.h"
 #include "PluginLocator.h"
+#include "RenderLoop.h"
 #include "WordLengthReducer.h"
 
 #include <CLI/CLI.hpp>
@@ -20,7 +20,6 @@
 
 namespace
 {
-constexpr int pluginChannels = 2;
 constexpr size_t meteredBlock = 4096;
 
 // Reports whole percents only, so the pipe carries a hundred lines at most.
@@ -81,9 +80,7 @@ MasterMeasurement measureFile(const std::string& path, PassProgress* progress)
     return meter.finish();
 }
 
-// As `palisorne render` does it: the file on the plug-in's first two inputs (a
-// mono file on both), silence after it to flush the latency, the first
-// latency frames of the output dropped.
+// As `palisorne render` does it, with the host's gain before the plug-in.
 MasterMeasurement render(const MasterPassRequest& request, PassProgress& progress)
 {
     AudioFileReader reader(request.inputPath);
@@ -91,21 +88,11 @@ MasterMeasurement render(const MasterPassRequest& request, PassProgress& progres
     const int sampleRate = reader.getSampleRate();
     HostedPlugin plugin(request.pluginPath.empty() ? PluginLocator::findDefault() : request.pluginPath);
     VstModule& module = plugin.module();
-    if (!request.program.empty())
-    {
-        plugin.selectProgram(request.program);
-    }
-    for (const std::string& text : request.unitSettings)
-    {
-        ParameterSetting::parse(text, false).applyTo(plugin);
-    }
-    for (const std::string& text : request.normalisedSettings)
-    {
-        ParameterSetting::parse(text, true).applyTo(plugin);
-    }
+    ParameterSetting::applyAll(plugin, request.program, request.unitSettings, request.normalisedSettings);
     plugin.start(sampleRate, request.blockFrames);
-    const long long latency = std::max(0, module.initialDelay());
-    const int outputChannels = fileChannels == 1 ? 1 : pluginChannels;
+    const int outputChannels = fileChannels == 1 ? 1 : RenderLoop::pluginChannels;
+    const float hostGain = static_cast<float>(std::pow(10.0, request.hostGainDb / 20.0));
+    RenderLoop loop(module, reader, static_cast<size_t>(request.blockFrames), hostGain, outputChannels, false);
     const int format = AudioFileFormat::forOutput(request.outputPath, reader.getFormat(), request.bits, outputChannels,
                                                   sampleRate, "");
     // "NumBits" shows the step 0..3 of 0, 8, 16 and 24 bits.
@@ -122,57 +109,15 @@ MasterMeasurement render(const MasterPassRequest& request, PassProgress& progres
     const bool measureWritten = AudioFileFormat::isLossy(format) || options.dither;
     MasterMeter meter(outputChannels, sampleRate);
 
-    const float gain = static_cast<float>(std::pow(10.0, request.hostGainDb / 20.0));
-    const size_t block = static_cast<size_t>(request.blockFrames);
-    PlanarBuffer inputs(module.numInputs(), block);
-    PlanarBuffer outputs(module.numOutputs(), block);
-    std::vector<float> fileBlock(block * static_cast<size_t>(fileChannels));
-    std::vector<float> produced(block * static_cast<size_t>(outputChannels));
-    long long done = 0;
-    long long silenceLeft = latency;
-    bool inputEnded = false;
-    while (true)
+    while (loop.next())
     {
         checkInterrupt();
-        const size_t read = inputEnded ? 0 : reader.read(fileBlock.data(), block);
-        inputEnded = inputEnded || read < block;
-        const size_t silence =
-            static_cast<size_t>(std::min<long long>(silenceLeft, static_cast<long long>(block - read)));
-        const size_t frames = read + silence;
-        if (frames == 0)
-        {
-            break;
-        }
-        silenceLeft -= static_cast<long long>(silence);
-        for (size_t frame = 0; frame < frames; ++frame)
-        {
-            for (int channel = 0; channel < pluginChannels; ++channel)
-            {
-                const int source = std::min(channel, fileChannels - 1);
-                inputs.channel(channel)[frame] =
-                    frame < read
-                        ? gain * fileBlock[frame * static_cast<size_t>(fileChannels) + static_cast<size_t>(source)]
-                        : 0.0f;
-            }
-        }
-        module.processReplacing(inputs.pointers(), outputs.pointers(), static_cast<VstInt32>(frames));
-        const size_t first =
-            static_cast<size_t>(std::clamp<long long>(latency - done, 0, static_cast<long long>(frames)));
-        for (size_t frame = first; frame < frames; ++frame)
-        {
-            for (int channel = 0; channel < outputChannels; ++channel)
-            {
-                produced[(frame - first) * static_cast<size_t>(outputChannels) + static_cast<size_t>(channel)] =
-                    outputs.channel(channel)[frame];
-            }
-        }
-        writer.write(produced.data(), frames - first);
+        writer.write(loop.outputFrames(), loop.outputCount());
         if (!measureWritten)
         {
-            meter.addFrames(produced.data(), frames - first);
+            meter.addFrames(loop.outputFrames(), loop.outputCount());
         }
-        done += static_cast<long long>(frames);
-        progress.update(static_cast<double>(done));
+        progress.update(static_cast<double>(loop.processedFrames()));
     }
     plugin.stop();
     if (!reader.truncation().empty())

@@ -157,8 +157,7 @@ void MasterReport::printJson(std::ostream& out) const
         for (const MasterPassPoint& point : unit.search.getPasses())
         {
             json.beginObject();
-            json.key("ceiling_db");
-            point.ceilingDb ? json.value(*point.ceilingDb) : json.null();
+            json.field("ceiling_db", point.ceilingDb);
             writeNumbers(json, {{"gain_db", point.gainDb},
                                 {"integrated_lufs", point.loudnessLufs},
                                 {"true_peak_dbtp", point.truePeakDbtp},

@@ -119,18 +119,7 @@ MasterSession::PluginControls MasterSession::probePlugin(const MasterSettings& s
         throw HostError(plugin.displayName() + " is not a stereo effect with processReplacing");
     }
     // Bad programs and settings fail here, before any pass.
-    if (!settings.program.empty())
-    {
-        plugin.selectProgram(settings.program);
-    }
-    for (const std::string& text : settings.unitSettings)
-    {
-        ParameterSetting::parse(text, false).applyTo(plugin);
-    }
-    for (const std::string& text : settings.normalisedSettings)
-    {
-        ParameterSetting::parse(text, true).applyTo(plugin);
-    }
+    ParameterSetting::applyAll(plugin, settings.program, settings.unitSettings, settings.normalisedSettings);
     controls.ours = plugin.isOurs();
     if (controls.ours)
     {

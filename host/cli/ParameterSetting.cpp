@@ -194,6 +194,28 @@ float ParameterSetting::applyTo(HostedPlugin& plugin) const
     return value;
 }
 
+std::vector<int> ParameterSetting::applyAll(HostedPlugin& plugin, const std::string& program,
+                                            const std::vector<std::string>& unitSettings,
+                                            const std::vector<std::string>& normalisedSettings)
+{
+    if (!program.empty())
+    {
+        plugin.selectProgram(program);
+    }
+    std::vector<int> changed;
+    const auto apply = [&plugin, &changed](const std::vector<std::string>& texts, bool normalised) {
+        for (const std::string& text : texts)
+        {
+            const ParameterSetting setting = parse(text, normalised);
+            setting.applyTo(plugin);
+            changed.push_back(findParameter(plugin.module(), setting.name));
+        }
+    };
+    apply(unitSettings, false);
+    apply(normalisedSettings, true);
+    return changed;
+}
+
 // The value as a number in the unit the parameter shows: "-1dB", "500 ms"
 // (for a parameter in s), "40%". A unit that does not fit is refused.
 double ParameterSetting::inShownUnit(const std::string& label) const

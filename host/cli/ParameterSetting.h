@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 class HostedPlugin;
 class VstModule;
@@ -34,6 +35,13 @@ public:
     // that is not a number, carries a unit that does not fit or lies outside
     // the range, and a display that is not a number when units were given.
     float applyTo(HostedPlugin& plugin) const;
+
+    // Selects the program when one is named, then applies the settings in
+    // units and the normalised ones, each in the order given, so that they
+    // override what the program holds. Returns the indices set, in order.
+    static std::vector<int> applyAll(HostedPlugin& plugin, const std::string& program,
+                                     const std::vector<std::string>& unitSettings,
+                                     const std::vector<std::string>& normalisedSettings);
 
     // Index of the parameter with this name or a unique beginning of it (see
     // NameMatch::find), -1 if there is none.

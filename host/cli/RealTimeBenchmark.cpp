@@ -79,18 +79,7 @@ std::vector<BenchmarkResult> RealTimeBenchmark::run(const std::vector<BenchmarkC
             throw HostError(contender.plugin->displayName() + " (" + path + ") is not a stereo VST 2.4 effect");
         }
         contender.plugin->start(sampleRate, blockFrames);
-        if (!setup.program.empty())
-        {
-            contender.plugin->selectProgram(setup.program);
-        }
-        for (const std::string& text : setup.unitSettings)
-        {
-            ParameterSetting::parse(text, false).applyTo(*contender.plugin);
-        }
-        for (const std::string& text : setup.normalisedSettings)
-        {
-            ParameterSetting::parse(text, true).applyTo(*contender.plugin);
-        }
+        ParameterSetting::applyAll(*contender.plugin, setup.program, setup.unitSettings, setup.normalisedSettings);
         contender.inputs = std::make_unique<PlanarBuffer>(module.numInputs(), block);
         contender.outputs = std::make_unique<PlanarBuffer>(module.numOutputs(), block);
         BenchmarkResult result;

@@ -202,15 +202,7 @@ void RenderReport::printJson(std::ostream& out) const
     json.field("keep_latency", !latencyCompensated);
     json.field("format", outputKind);
     json.field("bits", bits);
-    json.key("quality");
-    if (quality)
-    {
-        json.value(*quality);
-    }
-    else
-    {
-        json.null();
-    }
+    json.field("quality", quality);
     json.field("no_dither", noDither);
     json.field("stereo", stereo);
     json.endObject();
@@ -224,15 +216,7 @@ void RenderReport::printJson(std::ostream& out) const
     json.field("mean", meanGainReductionDb);
     json.endObject();
     json.field("dither", dither);
-    json.key("ceiling_db");
-    if (ceilingDb)
-    {
-        json.value(*ceilingDb);
-    }
-    else
-    {
-        json.null();
-    }
+    json.field("ceiling_db", ceilingDb);
     json.field("true_peak_above_ceiling", truePeakAboveCeiling());
     json.key("warnings");
     json.beginArray();

@@ -10,9 +10,9 @@
 #include "LoudnessMeter.h"
 #include "NameMatch.h"
 #include "ParameterSetting.h"
-#include "PlanarBuffer.h"
 #include "PluginLocator.h"
 #include "ProgressBar.h"
+#include "RenderLoop.h"
 #include "WordLengthReducer.h"
 
 #include <algorithm>
@@ -21,9 +21,6 @@
 
 namespace
 {
-// The plug-in is driven in stereo.
-constexpr int pluginChannels = 2;
-
 std::optional<double> shownNumber(VstModule& module, const char* parameterName)
 {
     const int index = ParameterSetting::findParameter(module, parameterName);
@@ -92,23 +89,8 @@ void Renderer::applySettings(HostedPlugin& plugin, RenderReport& report) const
         }
         module.setParameter(recorded.index, recorded.normalised);
     }
-    if (!settings.program.empty())
-    {
-        plugin.selectProgram(settings.program);
-    }
-    std::vector<int> changed;
-    for (const std::string& text : settings.unitSettings)
-    {
-        const ParameterSetting setting = ParameterSetting::parse(text, false);
-        setting.applyTo(plugin);
-        changed.push_back(ParameterSetting::findParameter(module, setting.getName()));
-    }
-    for (const std::string& text : settings.normalisedSettings)
-    {
-        const ParameterSetting setting = ParameterSetting::parse(text, true);
-        setting.applyTo(plugin);
-        changed.push_back(ParameterSetting::findParameter(module, setting.getName()));
-    }
+    const std::vector<int> changed =
+        ParameterSetting::applyAll(plugin, settings.program, settings.unitSettings, settings.normalisedSettings);
     if (module.numPrograms() > 0)
     {
         report.program = module.programName();
@@ -156,7 +138,7 @@ RenderReport Renderer::run(ProgressBar* progress)
     AudioFileReader reader(settings.inputPath);
     const int fileChannels = reader.getChannels();
     const int sampleRate = reader.getSampleRate();
-    if (fileChannels > pluginChannels)
+    if (fileChannels > RenderLoop::pluginChannels)
     {
         throw HostError("'" + settings.inputPath + "' has " + std::to_string(fileChannels)
                         + " channels; palisorne renders mono and stereo files only");
@@ -164,7 +146,7 @@ RenderReport Renderer::run(ProgressBar* progress)
 
     HostedPlugin plugin(settings.pluginPath.empty() ? PluginLocator::findDefault() : settings.pluginPath);
     VstModule& module = plugin.module();
-    if (module.numInputs() < pluginChannels || module.numOutputs() < pluginChannels)
+    if (module.numInputs() < RenderLoop::pluginChannels || module.numOutputs() < RenderLoop::pluginChannels)
     {
         throw HostError(plugin.displayName() + " has " + std::to_string(module.numInputs()) + " input(s) and "
                         + std::to_string(module.numOutputs()) + " output(s); palisorne needs a stereo effect");
@@ -213,10 +195,11 @@ RenderReport Renderer::run(ProgressBar* progress)
     }
 
     plugin.start(sampleRate, settings.blockFrames);
-    const long long latency = std::max(0, module.initialDelay());
-    report.latencyFrames = static_cast<int>(latency);
+    const int outputChannels = fileChannels == 1 && !settings.stereo ? 1 : RenderLoop::pluginChannels;
+    RenderLoop loop(module, reader, static_cast<size_t>(settings.blockFrames), 1.0f, outputChannels,
+                    settings.keepLatency);
+    report.latencyFrames = static_cast<int>(loop.latency());
 
-    const int outputChannels = fileChannels == 1 && !settings.stereo ? 1 : pluginChannels;
     const int outputFormat = AudioFileFormat::forOutput(settings.outputPath, reader.getFormat(), settings.bits,
                                                         outputChannels, sampleRate, settings.format);
     if (settings.quality && !AudioFileFormat::isLossy(outputFormat))
@@ -236,82 +219,26 @@ RenderReport Renderer::run(ProgressBar* progress)
     AudioFileWriter writer(settings.outputPath, outputFormat, outputChannels, sampleRate, options);
     LoudnessMeter inputMeter(fileChannels, sampleRate);
     LoudnessMeter outputMeter(outputChannels, sampleRate);
-    GainReductionMeter reductionMeter(pluginChannels, sampleRate, inputGainDb);
+    GainReductionMeter reductionMeter(RenderLoop::pluginChannels, sampleRate, inputGainDb);
 
-    const size_t block = static_cast<size_t>(settings.blockFrames);
-    // Inputs beyond the first two (side chains) get silence.
-    PlanarBuffer inputs(module.numInputs(), block);
-    PlanarBuffer outputs(module.numOutputs(), block);
-    std::vector<float> fileBlock(block * static_cast<size_t>(fileChannels));
-    std::vector<float> fedBlock(block * pluginChannels);
-    std::vector<float> producedBlock(block * pluginChannels);
-    std::vector<float> writtenBlock(block * static_cast<size_t>(outputChannels));
-
-    const double expectedFrames = static_cast<double>(std::max<long long>(reader.getFrames(), 0) + latency);
+    const double expectedFrames = static_cast<double>(std::max<long long>(reader.getFrames(), 0) + loop.latency());
     long long inputFrames = 0;
-    long long produced = 0;
-    long long silenceLeft = latency;
-    bool inputEnded = false;
-    while (true)
+    while (loop.next())
     {
         if (InterruptFlag::isRaised())
         {
             throw HostError("interrupted; '" + settings.outputPath + "' left as it was");
         }
-        const size_t read = inputEnded ? 0 : reader.read(fileBlock.data(), block);
-        inputEnded = inputEnded || read < block;
-        const size_t silence =
-            static_cast<size_t>(std::min<long long>(silenceLeft, static_cast<long long>(block - read)));
-        const size_t frames = read + silence;
-        if (frames == 0)
-        {
-            break;
-        }
-        silenceLeft -= static_cast<long long>(silence);
-        std::fill(fileBlock.begin() + static_cast<long>(read * static_cast<size_t>(fileChannels)), fileBlock.end(),
-                  0.0f);
-
-        for (size_t frame = 0; frame < frames; ++frame)
-        {
-            for (int channel = 0; channel < pluginChannels; ++channel)
-            {
-                const int source = std::min(channel, fileChannels - 1);
-                const float sample = fileBlock[frame * static_cast<size_t>(fileChannels) + static_cast<size_t>(source)];
-                inputs.channel(channel)[frame] = sample;
-                fedBlock[frame * pluginChannels + static_cast<size_t>(channel)] = sample;
-            }
-        }
-        inputMeter.addFrames(fileBlock.data(), read);
-        reductionMeter.addInput(fedBlock.data(), read);
-        inputFrames += static_cast<long long>(read);
-
-        module.processReplacing(inputs.pointers(), outputs.pointers(), static_cast<VstInt32>(frames));
-
-        for (size_t frame = 0; frame < frames; ++frame)
-        {
-            for (int channel = 0; channel < pluginChannels; ++channel)
-            {
-                producedBlock[frame * pluginChannels + static_cast<size_t>(channel)] = outputs.channel(channel)[frame];
-            }
-        }
-        // Output frames before `latency` answer silence that preceded the input.
-        const size_t aligned =
-            static_cast<size_t>(std::clamp<long long>(latency - produced, 0, static_cast<long long>(frames)));
-        reductionMeter.addOutput(producedBlock.data() + aligned * pluginChannels, frames - aligned);
-        const size_t first = settings.keepLatency ? 0 : aligned;
-        const size_t count = frames - first;
-        for (size_t frame = 0; frame < count; ++frame)
-        {
-            const float* pair = &producedBlock[(first + frame) * pluginChannels];
-            std::copy(pair, pair + outputChannels, &writtenBlock[frame * static_cast<size_t>(outputChannels)]);
-        }
-        outputMeter.addFrames(writtenBlock.data(), count);
-        writer.write(writtenBlock.data(), count);
-        report.output.frames += static_cast<long long>(count);
-        produced += static_cast<long long>(frames);
+        inputMeter.addFrames(loop.fileFrames(), loop.readFrames());
+        reductionMeter.addInput(loop.fedFrames(), loop.readFrames());
+        inputFrames += static_cast<long long>(loop.readFrames());
+        reductionMeter.addOutput(loop.alignedFrames(), loop.alignedCount());
+        outputMeter.addFrames(loop.outputFrames(), loop.outputCount());
+        writer.write(loop.outputFrames(), loop.outputCount());
+        report.output.frames += static_cast<long long>(loop.outputCount());
         if (progress != nullptr && expectedFrames > 0)
         {
-            progress->update(static_cast<double>(produced) / expectedFrames);
+            progress->update(static_cast<double>(loop.processedFrames()) / expectedFrames);
         }
     }
     plugin.stop();

@@ -39,16 +39,11 @@ struct RenderSettings
     std::optional<double> ceilingDb; // for the true-peak check; ours: its Outceil
 };
 
-// Renders an audio file through a VST2 effect, offline.
-//
-// The effect gets the file's channels on its first two inputs (a mono file on
-// both, and its first output is written unless stereo is asked for) in blocks
-// of at most blockFrames. After the file, as many frames of silence as the
-// effect's latency flush its delay line; unless the latency is kept, the
-// first latency frames of its output are dropped, so the output has the
-// input's length and lines up with it sample for sample. The output file
-// (see AudioFileWriter) appears only when everything worked, with the input's
-// metadata; a lossy output is measured as decoded.
+// Renders an audio file through a VST2 effect, offline, block by block (see
+// RenderLoop); a mono file's output is the effect's first output unless
+// stereo is asked for. The output file (see AudioFileWriter) appears only
+// when everything worked, with the input's metadata; a lossy output is
+// measured as decoded.
 class Renderer
 {
 public:

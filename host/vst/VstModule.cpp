@@ -205,41 +205,6 @@ VstIntPtr VstModule::canDo(const char* capability)
     return dispatch(effCanDo, 0, 0, const_cast<char*>(capability));
 }
 
-VstInt32 VstModule::uniqueId() const
-{
-    return aeffect ? aeffect->uniqueID : 0;
-}
-
-VstInt32 VstModule::numInputs() const
-{
-    return aeffect ? aeffect->numInputs : 0;
-}
-
-VstInt32 VstModule::numOutputs() const
-{
-    return aeffect ? aeffect->numOutputs : 0;
-}
-
-VstInt32 VstModule::numParams() const
-{
-    return aeffect ? aeffect->numParams : 0;
-}
-
-VstInt32 VstModule::numPrograms() const
-{
-    return aeffect ? aeffect->numPrograms : 0;
-}
-
-VstInt32 VstModule::initialDelay() const
-{
-    return aeffect ? aeffect->initialDelay : 0;
-}
-
-VstInt32 VstModule::flags() const
-{
-    return aeffect ? aeffect->flags : 0;
-}
-
 void VstModule::processReplacing(float** inputs, float** outputs, VstInt32 frames)
 {
     if (aeffect && aeffect->processReplacing)

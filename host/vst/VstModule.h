@@ -87,13 +87,13 @@ public:
     VstIntPtr canDo(const char* capability);
 
     // The AEffect record's fields; 0 after close().
-    VstInt32 uniqueId() const;
-    VstInt32 numInputs() const;
-    VstInt32 numOutputs() const;
-    VstInt32 numParams() const;
-    VstInt32 numPrograms() const;
-    VstInt32 initialDelay() const;
-    VstInt32 flags() const;
+    VstInt32 uniqueId() const { return field(&AEffect::uniqueID); }
+    VstInt32 numInputs() const { return field(&AEffect::numInputs); }
+    VstInt32 numOutputs() const { return field(&AEffect::numOutputs); }
+    VstInt32 numParams() const { return field(&AEffect::numParams); }
+    VstInt32 numPrograms() const { return field(&AEffect::numPrograms); }
+    VstInt32 initialDelay() const { return field(&AEffect::initialDelay); }
+    VstInt32 flags() const { return field(&AEffect::flags); }
 
     // inputs[numInputs()] and outputs[numOutputs()] arrays of frames samples.
     void processReplacing(float** inputs, float** outputs, VstInt32 frames);
@@ -110,6 +110,7 @@ private:
                                   float opt);
     VstIntPtr answer(VstInt32 opcode, VstInt32 index, void* ptr, float opt);
     std::string readText(VstInt32 opcode, VstInt32 index, VstIntPtr value = 0);
+    VstInt32 field(VstInt32 AEffect::*member) const { return aeffect ? aeffect->*member : 0; }
 
     std::string modulePath;
     std::unique_ptr<SharedLibrary> library;

@@ -1,25 +1,11 @@
 #include "ButtonStripPainter.h"
 
+#include "CairoImage.h"
 #include "PanelColours.h"
 
 namespace
 {
-const double pi = 3.14159265358979323846;
-
-void roundedRectangle(cairo_t* cr, double x, double y, double w, double h, double r)
-{
-    cairo_new_sub_path(cr);
-    cairo_arc(cr, x + w - r, y + r, r, -0.5 * pi, 0.0);
-    cairo_arc(cr, x + w - r, y + h - r, r, 0.0, 0.5 * pi);
-    cairo_arc(cr, x + r, y + h - r, r, 0.5 * pi, pi);
-    cairo_arc(cr, x + r, y + r, r, pi, 1.5 * pi);
-    cairo_close_path(cr);
-}
-
-void setColour(cairo_t* cr, const PanelColours::Colour& c, double alpha = 1.0)
-{
-    cairo_set_source_rgba(cr, c.red, c.green, c.blue, alpha);
-}
+constexpr double pi = CairoImage::pi;
 }
 
 ButtonStripPainter::ButtonStripPainter(int frameSize, Kind kind) : frameSize(frameSize), kind(kind)
@@ -28,8 +14,8 @@ ButtonStripPainter::ButtonStripPainter(int frameSize, Kind kind) : frameSize(fra
 
 bool ButtonStripPainter::save(const std::string& path) const
 {
-    cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, frameSize, 2 * frameSize);
-    cairo_t* cr = cairo_create(surface);
+    CairoImage image(CAIRO_FORMAT_ARGB32, frameSize, 2 * frameSize);
+    cairo_t* cr = image.context();
     for (int frame = 0; frame < 2; ++frame)
     {
         cairo_save(cr);
@@ -44,20 +30,17 @@ bool ButtonStripPainter::save(const std::string& path) const
         }
         cairo_restore(cr);
     }
-    cairo_destroy(cr);
-    const bool written = cairo_surface_write_to_png(surface, path.c_str()) == CAIRO_STATUS_SUCCESS;
-    cairo_surface_destroy(surface);
-    return written;
+    return image.writePng(path);
 }
 
 void ButtonStripPainter::paintSwitch(cairo_t* cr, bool on) const
 {
     const double size = frameSize;
     // Bezel: a dark square cut into the panel with a light lower edge.
-    roundedRectangle(cr, 1.0, 1.0, size - 2.0, size - 2.0, 3.0);
+    CairoImage::roundedRectangle(cr, 1.0, 1.0, size - 2.0, size - 2.0, 3.0);
     setColour(cr, PanelColours::bevelLight, 0.7);
     cairo_fill(cr);
-    roundedRectangle(cr, 1.0, 1.0, size - 2.0, size - 3.0, 3.0);
+    CairoImage::roundedRectangle(cr, 1.0, 1.0, size - 2.0, size - 3.0, 3.0);
     setColour(cr, PanelColours::wellEdge);
     cairo_fill(cr);
 
@@ -73,7 +56,7 @@ void ButtonStripPainter::paintSwitch(cairo_t* cr, bool on) const
         cairo_pattern_add_color_stop_rgb(cap, 0.0, 0.36, 0.39, 0.42);
         cairo_pattern_add_color_stop_rgb(cap, 1.0, 0.20, 0.22, 0.24);
     }
-    roundedRectangle(cr, 3.0, 3.0, size - 6.0, size - 7.0, 2.0);
+    CairoImage::roundedRectangle(cr, 3.0, 3.0, size - 6.0, size - 7.0, 2.0);
     cairo_set_source(cr, cap);
     cairo_fill(cr);
     cairo_pattern_destroy(cap);

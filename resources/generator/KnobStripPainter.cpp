@@ -1,5 +1,6 @@
 #include "KnobStripPainter.h"
 
+#include "CairoImage.h"
 #include "PanelColours.h"
 
 #include <algorithm>
@@ -7,16 +8,11 @@
 
 namespace
 {
-const double pi = 3.14159265358979323846;
+constexpr double pi = CairoImage::pi;
 // Cairo's angles grow clockwise on screen (y points down): 0.75 pi is the
 // bottom-left end of the sweep, 2.25 pi the bottom-right one.
 const double sweepStart = 0.75 * pi;
 const double sweepLength = 1.5 * pi;
-
-void setColour(cairo_t* cr, const PanelColours::Colour& c, double alpha = 1.0)
-{
-    cairo_set_source_rgba(cr, c.red, c.green, c.blue, alpha);
-}
 }
 
 KnobStripPainter::KnobStripPainter(int frameSize, int frameCount, Style style)
@@ -43,9 +39,8 @@ KnobStripPainter::KnobStripPainter(int frameSize, int frameCount, Style style)
 
 bool KnobStripPainter::save(const std::string& path) const
 {
-    cairo_surface_t* surface =
-        cairo_image_surface_create(CAIRO_FORMAT_ARGB32, frameSize, frameSize * frameCount);
-    cairo_t* cr = cairo_create(surface);
+    CairoImage image(CAIRO_FORMAT_ARGB32, frameSize, frameSize * frameCount);
+    cairo_t* cr = image.context();
     for (int i = 0; i < frameCount; ++i)
     {
         cairo_save(cr);
@@ -55,10 +50,7 @@ bool KnobStripPainter::save(const std::string& path) const
         paintFrame(cr, static_cast<double>(i) / (frameCount - 1));
         cairo_restore(cr);
     }
-    cairo_destroy(cr);
-    const bool written = cairo_surface_write_to_png(surface, path.c_str()) == CAIRO_STATUS_SUCCESS;
-    cairo_surface_destroy(surface);
-    return written;
+    return image.writePng(path);
 }
 
 void KnobStripPainter::paintFrame(cairo_t* cr, double value) const

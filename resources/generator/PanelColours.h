@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cairo.h>
+
 // The panel's palette, shared by everything the generator draws. The accent
 // is the controls' text colour (194, 250, 5), so the painted legends and the
 // live readouts read as one instrument.
@@ -15,6 +17,11 @@ struct Colour
 constexpr Colour rgb(int red, int green, int blue)
 {
     return {red / 255.0, green / 255.0, blue / 255.0};
+}
+
+inline void setColour(cairo_t* cr, const Colour& c, double alpha = 1.0)
+{
+    cairo_set_source_rgba(cr, c.red, c.green, c.blue, alpha);
 }
 
 constexpr Colour accent = rgb(194, 250, 5);

@@ -1,5 +1,6 @@
 #include "PanelPainter.h"
 
+#include "CairoImage.h"
 #include "EditorLayout.h"
 #include "PanelColours.h"
 
@@ -7,23 +8,7 @@
 
 namespace
 {
-
-const double pi = 3.14159265358979323846;
-
-void setColour(cairo_t* cr, const PanelColours::Colour& c, double alpha = 1.0)
-{
-    cairo_set_source_rgba(cr, c.red, c.green, c.blue, alpha);
-}
-
-void roundedRectangle(cairo_t* cr, double x, double y, double w, double h, double r)
-{
-    cairo_new_sub_path(cr);
-    cairo_arc(cr, x + w - r, y + r, r, -0.5 * pi, 0.0);
-    cairo_arc(cr, x + w - r, y + h - r, r, 0.0, 0.5 * pi);
-    cairo_arc(cr, x + r, y + h - r, r, 0.5 * pi, pi);
-    cairo_arc(cr, x + r, y + r, r, pi, 1.5 * pi);
-    cairo_close_path(cr);
-}
+constexpr double pi = CairoImage::pi;
 
 enum class Align
 {
@@ -72,13 +57,13 @@ void text(cairo_t* cr, const char* s, double x, double y, double size, bool bold
 // A recessed well: dark fill, a shadowed upper edge and a lit lower edge.
 void well(cairo_t* cr, double x, double y, double w, double h, double radius)
 {
-    roundedRectangle(cr, x - 1.0, y - 1.0, w + 2.0, h + 2.5, radius + 1.0);
+    CairoImage::roundedRectangle(cr, x - 1.0, y - 1.0, w + 2.0, h + 2.5, radius + 1.0);
     setColour(cr, PanelColours::bevelLight, 0.55);
     cairo_fill(cr);
-    roundedRectangle(cr, x - 1.0, y - 1.0, w + 2.0, h + 1.5, radius + 1.0);
+    CairoImage::roundedRectangle(cr, x - 1.0, y - 1.0, w + 2.0, h + 1.5, radius + 1.0);
     setColour(cr, PanelColours::wellEdge);
     cairo_fill(cr);
-    roundedRectangle(cr, x, y, w, h, radius);
+    CairoImage::roundedRectangle(cr, x, y, w, h, radius);
     setColour(cr, PanelColours::well);
     cairo_fill(cr);
 }
@@ -123,9 +108,8 @@ PanelPainter::PanelPainter(int smallKnobSize, int largeKnobSize)
 
 bool PanelPainter::save(const std::string& path) const
 {
-    cairo_surface_t* surface =
-        cairo_image_surface_create(CAIRO_FORMAT_RGB24, EditorLayout::panelWidth, EditorLayout::panelHeight);
-    cairo_t* cr = cairo_create(surface);
+    CairoImage image(CAIRO_FORMAT_RGB24, EditorLayout::panelWidth, EditorLayout::panelHeight);
+    cairo_t* cr = image.context();
     paintPanel(cr);
     paintBrand(cr);
     paintMeterWells(cr);
@@ -133,10 +117,7 @@ bool PanelPainter::save(const std::string& path) const
     paintKnobCaptions(cr);
     paintSwitchCaptions(cr);
     paintFooter(cr);
-    cairo_destroy(cr);
-    const bool written = cairo_surface_write_to_png(surface, path.c_str()) == CAIRO_STATUS_SUCCESS;
-    cairo_surface_destroy(surface);
-    return written;
+    return image.writePng(path);
 }
 
 void PanelPainter::paintPanel(cairo_t* cr) const
@@ -210,7 +191,7 @@ void PanelPainter::paintMeterWells(cairo_t* cr) const
     {
         const CRect& r = groups[g];
         // Bezel around the group.
-        roundedRectangle(cr, r.left - 5.0, r.top - 4.0, r.width() + 10.0, r.height() + 8.0, 4.0);
+        CairoImage::roundedRectangle(cr, r.left - 5.0, r.top - 4.0, r.width() + 10.0, r.height() + 8.0, 4.0);
         cairo_set_source_rgba(cr, 0.0, 0.0, 0.0, 0.25);
         cairo_fill(cr);
         setColour(cr, PanelColours::accent);
@@ -279,7 +260,8 @@ void PanelPainter::paintFields(cairo_t* cr) const
     const CRect& b = EditorLayout::shapingField;
     cairo_set_line_width(cr, 1.0);
     cairo_set_source_rgba(cr, 1.0, 1.0, 1.0, 0.06);
-    roundedRectangle(cr, a.left - 12.5, a.top - 22.5, b.right - a.left + 25.0, b.bottom - a.top + 33.0, 5.0);
+    CairoImage::roundedRectangle(cr, a.left - 12.5, a.top - 22.5, b.right - a.left + 25.0, b.bottom - a.top + 33.0,
+                                 5.0);
     cairo_stroke(cr);
 }
 
