@@ -1,5 +1,6 @@
 #include "blocks/C1LPF.h"
 
+#include "blocks/C1LPFLanes.h"
 #include "blocks/CExactMath.h"
 
 #include <algorithm>
@@ -17,6 +18,14 @@ C1LPF::C1LPF()
     : pole(0.0f)
 {
     clear();
+}
+
+void C1LPF::process(float* sample)
+{
+    C1LPF* const self = this;
+    Lanes lanes(&self, 1);
+    *sample = _mm_cvtss_f32(lanes.lowpass(_mm_set_ss(*sample)));
+    lanes.finish();
 }
 
 void C1LPF::clear()

@@ -1,6 +1,7 @@
 #include "blocks/CQuantizer.h"
 
 #include "blocks/CExactMath.h"
+#include "blocks/CQuantizerLanes.h"
 
 #include <algorithm>
 #include <cmath>
@@ -20,6 +21,16 @@ CQuantizer::CQuantizer()
 {
     updateCoefficients();
     clear();
+}
+
+void CQuantizer::process(float* sample)
+{
+    if (bits <= 0)
+        return;
+    CQuantizer* const self = this;
+    Lanes lanes(&self, 1);
+    *sample = _mm_cvtss_f32(lanes.quantize(_mm_set_ss(*sample), _mm_set_ss(drawDither())));
+    lanes.finish();
 }
 
 void CQuantizer::clear()

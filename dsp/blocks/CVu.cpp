@@ -1,6 +1,7 @@
 #include "blocks/CVu.h"
 
 #include "blocks/CExactMath.h"
+#include "blocks/CVuLanes.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "blocks/LaneFrame.h"
+
 #include <emmintrin.h>
 
 // Up to four channels side by side, one per lane of an SSE2 register, or a
@@ -11,8 +13,6 @@
 // never stored back.
 namespace ChannelLanes
 {
-constexpr int width = 4;
-
 // mask ? a : b, lane by lane.
 inline __m128 select(__m128 mask, __m128 a, __m128 b)
 {

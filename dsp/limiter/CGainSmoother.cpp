@@ -1,9 +1,10 @@
 #include "limiter/CGainSmoother.h"
 
-#include "limiter/CInputStage.h"
-#include "limiter/CLimiterMeters.h"
-#include "limiter/COutputStage.h"
-#include "limiter/CSlidingMaximum.h"
+#include "blocks/ChannelLanes.h"
+#include "limiter/CInputStageLanes.h"
+#include "limiter/CLimiterMetersLanes.h"
+#include "limiter/COutputStageLanes.h"
+#include "limiter/CSlidingMaximumHold.h"
 
 #include <type_traits>
 

@@ -1,11 +1,21 @@
 #include "limiter/CISPDetector.h"
 
+#include "limiter/CISPDetectorLanes.h"
+
 #include <algorithm>
 #include <iterator>
 
 CISPDetector::CISPDetector(float sampleRate)
 {
     setSampleRate(sampleRate);
+}
+
+void CISPDetector::process(const float* x)
+{
+    CISPDetector* const self = this;
+    Lanes lanes(&self, 1);
+    lanes.process(_mm_set_ss(*x));
+    lanes.finish();
 }
 
 void CISPDetector::process(const float* x, int count)

@@ -1,6 +1,8 @@
 #include "limiter/CInputStage.h"
 
+#include "blocks/ChannelLanes.h"
 #include "blocks/RandomGenerator.h"
+#include "limiter/CInputStageLanes.h"
 
 #include <algorithm>
 #include <cmath>

@@ -35,6 +35,25 @@ float timeToCoef(float seconds, float fs)
 {
     return CExactMath::exp(-1.0f / (fs * seconds));
 }
+
+// Stores value; true when it differs from the value stored before (a NaN
+// always does), so that a setter recomputes only what a change needs.
+template <typename T>
+bool changed(std::atomic<T>& setting, T value)
+{
+    if (value == setting.load(relaxed))
+        return false;
+    setting.store(value, relaxed);
+    return true;
+}
+
+// An envelope time, at least minTime, and its coefficient at the rate fs.
+void storeTime(std::atomic<float>& time, std::atomic<float>& coef, float seconds, float fs)
+{
+    const float t = std::max(seconds, minTime);
+    if (changed(time, t))
+        coef.store(timeToCoef(t, fs), relaxed);
+}
 }
 
 CLimiter::CLimiter(int channelCount)
@@ -115,6 +134,12 @@ void CLimiter::updateLookahead(float seconds)
     samples = std::max(samples, 4);
     lookaheadSamples.store(samples, relaxed);
     smoothCoef.store(CExactMath::exp(-10.0f / float(samples)), relaxed);
+}
+
+void CLimiter::moveClipLevel()
+{
+    updateCoefficients();
+    updatePending.store(true, relaxed);
 }
 
 void CLimiter::configureChannels()
@@ -226,28 +251,18 @@ void CLimiter::setInputGain(float dB)
 
 void CLimiter::setAttack(float seconds)
 {
-    const float t = std::max(seconds, minTime);
-    if (t == attackTime.load(relaxed))
-        return;
-    attackTime.store(t, relaxed);
-    attackCoef.store(timeToCoef(t, fs), relaxed);
+    storeTime(attackTime, attackCoef, seconds, fs);
 }
 
 void CLimiter::setRelease(float seconds)
 {
-    const float t = std::max(seconds, minTime);
-    if (t == releaseTime.load(relaxed))
-        return;
-    releaseTime.store(t, relaxed);
-    releaseCoef.store(timeToCoef(t, fs), relaxed);
+    storeTime(releaseTime, releaseCoef, seconds, fs);
 }
 
 void CLimiter::setLookahead(float seconds)
 {
-    if (seconds == lookaheadTime.load(relaxed))
-        return;
-    lookaheadTime.store(seconds, relaxed);
-    updateLookahead(seconds);
+    if (changed(lookaheadTime, seconds))
+        updateLookahead(seconds);
 }
 
 void CLimiter::setTruePeak(bool on)
@@ -262,12 +277,8 @@ void CLimiter::setMonitor(bool on)
 
 void CLimiter::setCeiling(float dB)
 {
-    const float c = dBToGain(dB);
-    if (c == ceiling.load(relaxed))
-        return;
-    ceiling.store(c, relaxed);
-    updateCoefficients();
-    updatePending.store(true, relaxed);
+    if (changed(ceiling, dBToGain(dB)))
+        moveClipLevel();
 }
 
 void CLimiter::setLink(float amount)
@@ -287,11 +298,8 @@ void CLimiter::setSaturation(float amount)
 
 void CLimiter::setNumBits(int8_t bits)
 {
-    if (bits == numBits.load(relaxed))
-        return;
-    numBits.store(bits, relaxed);
-    updateCoefficients();
-    updatePending.store(true, relaxed);
+    if (changed(numBits, bits))
+        moveClipLevel();
 }
 
 void CLimiter::setShaping(float amount)

@@ -75,6 +75,9 @@ private:
     // or while not processing).
     void updateCoefficients();
     void updateLookahead(float seconds);
+    // After a change of the ceiling or the word length: the clip level now,
+    // the per-channel blocks at the start of the next block.
+    void moveClipLevel();
     void configureChannels();
     void readSettings();
 

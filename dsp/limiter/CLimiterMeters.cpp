@@ -1,5 +1,7 @@
 #include "limiter/CLimiterMeters.h"
 
+#include "blocks/CVuLanes.h"
+
 using namespace LimiterLanes;
 
 namespace

@@ -27,21 +27,9 @@ public:
     float getGainReduction(int channel);
     float getSaturationGain(int channel);
 
-    // The mean-square smoother of one pair, sample by sample, with its state
-    // in registers; finish() stores it back.
-    class Lanes
-    {
-    public:
-        Lanes(CLimiterMeters& meters, const LimiterLanes::Chunk& chunk)
-            : smoother(meters.rmsSmoother.pair(chunk.first / LimiterLanes::pairWidth), chunk.count)
-        {
-        }
-        __m128 meanSquare(__m128 y) { return smoother.lowpass(_mm_mul_ps(y, y)); }
-        void finish() { smoother.finish(); }
-
-    private:
-        C1LPF::Lanes smoother;
-    };
+    // The mean-square smoother of one pair, sample by sample
+    // (CLimiterMetersLanes.h).
+    class Lanes;
 
 private:
     bool valid(int channel) const { return channel >= 0 && channel < rmsMeter.size(); }

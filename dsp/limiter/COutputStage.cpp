@@ -1,5 +1,7 @@
 #include "limiter/COutputStage.h"
 
+#include <emmintrin.h>
+
 using namespace LimiterLanes;
 
 COutputStage::COutputStage(int channels)

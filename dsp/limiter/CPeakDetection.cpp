@@ -1,5 +1,8 @@
 #include "limiter/CPeakDetection.h"
 
+#include "blocks/ChannelLanes.h"
+#include "limiter/CISPDetectorLanes.h"
+
 using namespace LimiterLanes;
 
 CPeakDetection::CPeakDetection(int channels) : detector(channels, 44100.0f)

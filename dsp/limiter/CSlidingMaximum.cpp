@@ -1,5 +1,8 @@
 #include "limiter/CSlidingMaximum.h"
 
+#include "blocks/ChannelLanes.h"
+#include "limiter/CSlidingMaximumHold.h"
+
 #include <algorithm>
 #include <iterator>
 #include <cstring>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "blocks/ChannelLanes.h"
+#include "blocks/LaneFrame.h"
 
 #include <memory>
 #include <vector>
@@ -17,7 +17,7 @@ constexpr int chunkLength = 512;
 // Channels side by side in one pass.
 constexpr int pairWidth = 2;
 
-using LaneFrame = float[ChannelLanes::width];
+using LaneFrame = ChannelLanes::Frame;
 
 inline int pairCount(int channels)
 {

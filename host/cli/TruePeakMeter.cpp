@@ -5,6 +5,38 @@
 #include <algorithm>
 #include <cmath>
 
+namespace
+{
+// The largest magnitude of the interpolated values between the four samples
+// from `newest` on and the ones before them: each sample is loaded once for
+// every phase, each phase summed from tap 0 up; kernel is the meter's
+// broadcast kernel.
+template <int Phases, int Taps> __m128 interpolatedPeak(const float (*kernel)[4], const float* newest)
+{
+    __m128 sums[Phases];
+    const __m128 first = _mm_loadu_ps(newest);
+    for (int phase = 0; phase < Phases; ++phase)
+    {
+        sums[phase] = _mm_mul_ps(_mm_load_ps(kernel[phase * Taps]), first);
+    }
+    for (int tap = 1; tap < Taps; ++tap)
+    {
+        const __m128 samples = _mm_loadu_ps(newest - tap);
+        for (int phase = 0; phase < Phases; ++phase)
+        {
+            sums[phase] = _mm_add_ps(sums[phase], _mm_mul_ps(_mm_load_ps(kernel[phase * Taps + tap]), samples));
+        }
+    }
+    const __m128 signMask = _mm_set1_ps(-0.0f);
+    __m128 peak = _mm_andnot_ps(signMask, sums[0]);
+    for (int phase = 1; phase < Phases; ++phase)
+    {
+        peak = _mm_max_ps(peak, _mm_andnot_ps(signMask, sums[phase]));
+    }
+    return peak;
+}
+}
+
 int TruePeakMeter::oversamplingFor(int sampleRate)
 {
     return sampleRate < 96000 ? 4 : sampleRate < 192000 ? 2 : 1;
@@ -35,37 +67,9 @@ TruePeakMeter::TruePeakMeter(int channels, int sampleRate)
     {
         for (int tap = 0; tap < taps; ++tap)
         {
-            broadcastKernel[(phase - 1) * taps + tap] = _mm_set1_ps(coefficient(factor, phase, tap));
+            std::fill_n(broadcastKernel[(phase - 1) * taps + tap], 4, coefficient(factor, phase, tap));
         }
     }
-}
-
-// The largest magnitude of the interpolated values between the four samples
-// from `newest` on and the ones before them: each sample is loaded once for
-// every phase, each phase summed from tap 0 up.
-template <int Phases, int Taps> __m128 TruePeakMeter::interpolatedPeak(const float* newest) const
-{
-    __m128 sums[Phases];
-    const __m128 first = _mm_loadu_ps(newest);
-    for (int phase = 0; phase < Phases; ++phase)
-    {
-        sums[phase] = _mm_mul_ps(broadcastKernel[phase * Taps], first);
-    }
-    for (int tap = 1; tap < Taps; ++tap)
-    {
-        const __m128 samples = _mm_loadu_ps(newest - tap);
-        for (int phase = 0; phase < Phases; ++phase)
-        {
-            sums[phase] = _mm_add_ps(sums[phase], _mm_mul_ps(broadcastKernel[phase * Taps + tap], samples));
-        }
-    }
-    const __m128 signMask = _mm_set1_ps(-0.0f);
-    __m128 peak = _mm_andnot_ps(signMask, sums[0]);
-    for (int phase = 1; phase < Phases; ++phase)
-    {
-        peak = _mm_max_ps(peak, _mm_andnot_ps(signMask, sums[phase]));
-    }
-    return peak;
 }
 
 void TruePeakMeter::addFrames(const float* interleaved, size_t frames)
@@ -109,8 +113,8 @@ void TruePeakMeter::addFrames(const float* interleaved, size_t frames)
         for (size_t frame = 0; frame < frames; frame += 4)
         {
             const float* newest = lane.data() + history + frame;
-            __m128 groupPeak = phases == 3 ? interpolatedPeak<3, kernelTaps / 4>(newest)
-                                           : interpolatedPeak<1, kernelTaps / 2>(newest);
+            __m128 groupPeak = phases == 3 ? interpolatedPeak<3, kernelTaps / 4>(broadcastKernel, newest)
+                                           : interpolatedPeak<1, kernelTaps / 2>(broadcastKernel, newest);
             if (frame >= whole)
             {
                 // Only the block's own frames of the last partial group count.

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <emmintrin.h>
-
 #include <cstddef>
 #include <vector>
 
@@ -38,10 +36,9 @@ private:
     int channels;
     int factor;
     int taps; // per phase
-    template <int Phases, int Taps> __m128 interpolatedPeak(const float* newest) const;
 
     // [phase - 1][tap], tap 0 weighing the newest sample, in every lane.
-    __m128 broadcastKernel[kernelTaps];
+    alignas(16) float broadcastKernel[kernelTaps][4];
     // Per channel: the last taps - 1 samples, then the block being measured.
     std::vector<std::vector<float>> lanes;
     std::vector<float> truePeaks;
