@@ -16,39 +16,15 @@ std::string textOf(const std::function<void(JsonWriter&)>& write)
     write(json);
     return text.str();
 }
-
-nlohmann::json written(const std::function<void(JsonWriter&)>& write)
-{
-    return nlohmann::json::parse(textOf(write));
-}
 }
 
-TEST(JsonWriter, NumbersKeepTenSignificantDigitsAndNonFiniteBecomesNull)
-{
-    const nlohmann::json document = written(
-        [](JsonWriter& json)
-        {
-            json.beginArray();
-            json.value(-23.0123456789);
-            json.value(1e-12);
-            json.value(-std::numeric_limits<double>::infinity());
-            json.value(std::numeric_limits<double>::quiet_NaN());
-            json.endArray();
-        });
-    // %.10g keeps ten significant digits: the relative error is below 5e-10.
-    EXPECT_NEAR(document[0].get<double>(), -23.0123456789, 23.0 * 5e-10);
-    EXPECT_NEAR(document[1].get<double>(), 1e-12, 1e-21);
-    EXPECT_TRUE(document[2].is_null());
-    EXPECT_TRUE(document[3].is_null());
-}
-
-TEST(JsonWriter, StringsAreEscapedAndInvalidUtf8IsReplaced)
+// What a plug-in may hand over: control characters, quotes, invalid UTF-8
+// (which becomes U+FFFD), and figures that are not finite (which become null).
+TEST(JsonWriter, EscapesReplacesInvalidUtf8AndWritesNonFiniteNumbersAsNull)
 {
     const std::string tricky = std::string("say \"hi\"\\ now\n\ttab\x01") + "\x7f";
     const std::string umlauts = "Gr\xc3\xbc\xc3\x9f\x65 \xe2\x82\xac \xf0\x9f\x8e\xb5";
-    const std::string broken = std::string("bad \xff byte, cut \xc3");
-    const std::string overlong = std::string("\xc0\xaf");
-    const nlohmann::json document = written(
+    const nlohmann::json document = nlohmann::json::parse(textOf(
         [&](JsonWriter& json)
         {
             json.beginObject();
@@ -57,15 +33,27 @@ TEST(JsonWriter, StringsAreEscapedAndInvalidUtf8IsReplaced)
             json.key("umlauts");
             json.value(umlauts);
             json.key("broken");
-            json.value(broken);
+            json.value(std::string("bad \xff byte, cut \xc3"));
             json.key("overlong");
-            json.value(overlong);
+            json.value(std::string("\xc0\xaf"));
+            json.key("numbers");
+            json.beginArray();
+            json.value(-23.0123456789);
+            json.value(1e-12);
+            json.value(-std::numeric_limits<double>::infinity());
+            json.value(std::numeric_limits<double>::quiet_NaN());
+            json.endArray();
             json.endObject();
-        });
+        }));
     EXPECT_EQ(document[tricky], tricky);
     EXPECT_EQ(document["umlauts"], umlauts);
     EXPECT_EQ(document["broken"], "bad \xef\xbf\xbd byte, cut \xef\xbf\xbd");
     EXPECT_EQ(document["overlong"], "\xef\xbf\xbd\xef\xbf\xbd");
+    // %.10g keeps ten significant digits: the relative error is below 5e-10.
+    EXPECT_NEAR(document["numbers"][0].get<double>(), -23.0123456789, 23.0 * 5e-10);
+    EXPECT_NEAR(document["numbers"][1].get<double>(), 1e-12, 1e-21);
+    EXPECT_TRUE(document["numbers"][2].is_null());
+    EXPECT_TRUE(document["numbers"][3].is_null());
 }
 
 TEST(JsonWriter, EmptyContainersAtTopLevelEndWithANewline)

@@ -46,11 +46,20 @@ TEST(ProgressBar, WritesALinePerTenthWhenTheStreamIsNotATerminal)
     ::close(pipeEnds[0]);
 }
 
-TEST(ProgressBar, OnATerminalDrawsThePercentageAndErasesItself)
+// On a terminal: nothing before its delay, then the bar and the percentage,
+// erased without a trace when done.
+TEST(ProgressBar, OnATerminalWaitsForItsDelayThenDrawsAndErasesItself)
 {
     int controller = -1;
     int terminal = -1;
     ASSERT_EQ(::openpty(&controller, &terminal, nullptr, nullptr, nullptr), 0);
+    {
+        // An hour's delay is never reached within a test.
+        ProgressBar waiting(terminal, 3600.0);
+        waiting.update(0.5);
+        EXPECT_FALSE(waiting.isShown());
+    }
+    EXPECT_EQ(drain(controller), "");
     {
         ProgressBar bar(terminal, 0.0);
         bar.update(0.25);
@@ -65,22 +74,6 @@ TEST(ProgressBar, OnATerminalDrawsThePercentageAndErasesItself)
         EXPECT_EQ(erased.back(), '\r');
         EXPECT_EQ(erased.find_first_not_of(" \r"), std::string::npos);
     }
-    ::close(terminal);
-    ::close(controller);
-}
-
-TEST(ProgressBar, WaitsForItsDelayBeforeAppearing)
-{
-    int controller = -1;
-    int terminal = -1;
-    ASSERT_EQ(::openpty(&controller, &terminal, nullptr, nullptr, nullptr), 0);
-    {
-        // An hour's delay is never reached within a test.
-        ProgressBar bar(terminal, 3600.0);
-        bar.update(0.5);
-        EXPECT_FALSE(bar.isShown());
-    }
-    EXPECT_EQ(drain(controller), "");
     ::close(terminal);
     ::close(controller);
 }
