@@ -3,6 +3,8 @@
 #include "LimiterSettings.h"
 #include "limiter/CLimiter.h"
 
+#include <benchmark/benchmark.h>
+
 #include <cmath>
 #include <cstdint>
 #include <vector>
@@ -33,4 +35,42 @@ inline std::vector<std::vector<float>> loudMix(double fs, int frames, double lev
     }
     return mix;
 }
+
+// A stereo limiter on a factory program, fed that mix at `level` in blocks of
+// 512 frames, round and round. One pass on construction fills its frames,
+// delay lines and envelopes with the material.
+class LimiterOnLoop
+{
+public:
+    static constexpr int block = 512;
+
+    LimiterOnLoop(double fs, int program, int frames, double level = 1.0)
+        : limiter(2)
+        , in(loudMix(fs, frames, level))
+        , out(2, std::vector<float>(block))
+        , frames(frames)
+    {
+        limiter.setSampleRate(static_cast<float>(fs));
+        applyFactoryProgram(limiter, program);
+        for (int i = 0; i < frames / block; ++i)
+            processNextBlock();
+    }
+
+    void processNextBlock()
+    {
+        const float* inputs[2] = {in[0].data() + pos, in[1].data() + pos};
+        float* outputs[2] = {out[0].data(), out[1].data()};
+        limiter.process(inputs, outputs, block);
+        benchmark::DoNotOptimize(out[0].data());
+        benchmark::ClobberMemory();
+        pos = pos + 2 * block <= frames ? pos + block : 0;
+    }
+
+private:
+    CLimiter limiter;
+    std::vector<std::vector<float>> in;
+    std::vector<std::vector<float>> out;
+    int frames;
+    int pos = 0;
+};
 }

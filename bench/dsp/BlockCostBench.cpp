@@ -1,10 +1,6 @@
 #include "BenchMaterial.h"
 
-#include <benchmark/benchmark.h>
-
 #include <algorithm>
-#include <cmath>
-#include <cstdint>
 #include <ctime>
 #include <vector>
 
@@ -23,11 +19,6 @@ enum Material
     heavy, // peaks near +10 dBFS: every block is limited, most frames saturate
 };
 
-std::vector<std::vector<float>> material(Material kind, double fs, int frames)
-{
-    return bench::loudMix(fs, frames, kind == silence ? 0.0 : kind == quiet ? 0.003 : 1.0);
-}
-
 double threadSeconds()
 {
     timespec now;
@@ -38,24 +29,10 @@ double threadSeconds()
 void blockCost(benchmark::State& state, int program, Material kind)
 {
     const double fs = 44100.0;
-    const int block = 512;
-    const int frames = 4 * 44100 / block * block;
+    const int block = bench::LimiterOnLoop::block;
     const int blocksPerIteration = 500;
-    CLimiter limiter(2);
-    limiter.setSampleRate(static_cast<float>(fs));
-    applyFactoryProgram(limiter, program);
-
-    const auto in = material(kind, fs, frames);
-    std::vector<std::vector<float>> out(2, std::vector<float>(static_cast<size_t>(block)));
-    float* outputs[2] = {out[0].data(), out[1].data()};
-    int pos = 0;
-    auto process = [&] {
-        const float* inputs[2] = {in[0].data() + pos, in[1].data() + pos};
-        limiter.process(inputs, outputs, block);
-        pos = pos + 2 * block <= frames ? pos + block : 0;
-    };
-    for (int i = 0; i < frames / block; ++i)
-        process();
+    bench::LimiterOnLoop limiter(fs, program, 4 * 44100 / block * block,
+                                 kind == silence ? 0.0 : kind == quiet ? 0.003 : 1.0);
 
     std::vector<double> seconds;
     for (auto _ : state)
@@ -63,11 +40,9 @@ void blockCost(benchmark::State& state, int program, Material kind)
         for (int i = 0; i < blocksPerIteration; ++i)
         {
             const double before = threadSeconds();
-            process();
+            limiter.processNextBlock();
             seconds.push_back(threadSeconds() - before);
         }
-        benchmark::DoNotOptimize(outputs[0]);
-        benchmark::ClobberMemory();
     }
     std::sort(seconds.begin(), seconds.end());
     const double median = seconds[seconds.size() / 2];

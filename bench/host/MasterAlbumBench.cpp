@@ -12,9 +12,9 @@
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <cstdlib>
 #include <sys/resource.h>
 #include <sys/wait.h>
-#include <unistd.h>
 #include <vector>
 
 namespace
@@ -33,14 +33,15 @@ int main(int argc, char** argv)
     }
     const std::string directory = argv[2];
     std::filesystem::create_directories(directory + "/out");
-    std::vector<std::string> arguments = {argv[1], "master", "--album", "--overwrite", "--out-dir", directory + "/out"};
+    std::string command = std::string("'") + argv[1] + "' master --album --overwrite --out-dir '" + directory + "/out'";
     std::vector<float> mix;
     for (int track = 0; track < tracks; ++track)
     {
         char name[32];
         std::snprintf(name, sizeof(name), "/track%02d.wav", track + 1);
-        arguments.push_back(directory + name);
-        if (std::filesystem::exists(arguments.back()))
+        const std::string path = directory + name;
+        command += " '" + path + "'";
+        if (std::filesystem::exists(path))
         {
             continue;
         }
@@ -54,30 +55,16 @@ int main(int argc, char** argv)
         {
             scaled[i] = gain * mix[i];
         }
-        AudioFileWriter writer(arguments.back(), SF_FORMAT_WAV | SF_FORMAT_PCM_24, 2, sampleRate);
+        AudioFileWriter writer(path, SF_FORMAT_WAV | SF_FORMAT_PCM_24, 2, sampleRate);
         writer.write(scaled.data(), scaled.size() / 2);
         writer.commit();
     }
     if (argc == 5)
     {
-        arguments.insert(arguments.end(), {argv[3], argv[4]});
+        command += std::string(" ") + argv[3] + " " + argv[4];
     }
-
-    std::vector<char*> argvOfMaster;
-    for (std::string& argument : arguments)
-    {
-        argvOfMaster.push_back(argument.data());
-    }
-    argvOfMaster.push_back(nullptr);
     const auto start = std::chrono::steady_clock::now();
-    const pid_t child = ::fork();
-    if (child == 0)
-    {
-        ::execv(argvOfMaster[0], argvOfMaster.data());
-        _exit(127);
-    }
-    int status = 0;
-    ::waitpid(child, &status, 0);
+    const int status = std::system(command.c_str());
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     // CPU time of all the processes, which a busy machine does not inflate as
     // it does the wall time.

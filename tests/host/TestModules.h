@@ -11,7 +11,6 @@
 namespace TestModules
 {
 constexpr const char* delayProbe = DELAY_PROBE_MODULE;
-constexpr const char* noEffect = NO_EFFECT_MODULE;
 constexpr const char* notAPlugin = NOT_A_PLUGIN_MODULE;
 constexpr const char* lspLimiter = "/usr/lib/vst/lsp-plugins/limiter-stereo.so";
 constexpr const char* zamMaximizer = "/usr/lib/vst/ZaMaximX2-vst.so";
