@@ -28,7 +28,8 @@ TEST(PluginEditorTest, EditCommandScreenshotShowsTheSwitchesAndTheMeterZonesOfTh
                                             "K-system CD master", "--set", "In gain=6", "--screenshot", shot,
                                             "--idles", "90"};
     // A sanitizer build of the host reads the same suppressions.
-    const ProcessResult run = runProcess(words, {"LSAN_OPTIONS=suppressions=" PALISORNE_LSAN_SUPPRESSIONS});
+    ::setenv("LSAN_OPTIONS", "suppressions=" PALISORNE_LSAN_SUPPRESSIONS, 1);
+    const ProcessResult run = runProcess(words);
     ASSERT_EQ(run.exitCode, 0) << run.err;
 
     cairo_surface_t* image = cairo_image_surface_create_from_png(shot.c_str());

@@ -1,7 +1,9 @@
 #include "TestAudio.h"
 
+#include <ebur128.h>
 #include <sndfile.h>
 
+#include <algorithm>
 #include <cmath>
 #include <stdexcept>
 
@@ -28,6 +30,31 @@ std::pair<int, double> TestAudio::bestAlignment(const TestAudio& output, int ran
         }
     }
     return best;
+}
+
+TestAudio::Measured TestAudio::measure(const std::vector<TestAudio>& tracks)
+{
+    std::vector<ebur128_state*> states;
+    Measured measured{0.0, std::vector<double>(static_cast<size_t>(tracks.at(0).channels), -HUGE_VAL)};
+    for (const TestAudio& track : tracks)
+    {
+        states.push_back(ebur128_init(static_cast<unsigned>(track.channels),
+                                      static_cast<unsigned long>(track.sampleRate),
+                                      EBUR128_MODE_I | EBUR128_MODE_TRUE_PEAK));
+        ebur128_add_frames_float(states.back(), track.samples.data(), track.frames());
+        for (size_t channel = 0; channel < measured.truePeakDbtp.size(); ++channel)
+        {
+            double peak = 0.0;
+            ebur128_true_peak(states.back(), static_cast<unsigned>(channel), &peak);
+            measured.truePeakDbtp[channel] = std::max(measured.truePeakDbtp[channel], 20.0 * std::log10(peak));
+        }
+    }
+    ebur128_loudness_global_multiple(states.data(), states.size(), &measured.lufs);
+    for (ebur128_state* state : states)
+    {
+        ebur128_destroy(&state);
+    }
+    return measured;
 }
 
 TestAudio TestAudio::read(const std::string& path)
@@ -70,11 +97,7 @@ const TestAudio& TestAudio::write(const std::string& path) const
 
 TestAudio TestAudio::noise(int channels, int sampleRate, size_t frames, float level, int format)
 {
-    TestAudio audio;
-    audio.channels = channels;
-    audio.sampleRate = sampleRate;
-    audio.format = format;
-    audio.samples.resize(frames * static_cast<size_t>(channels));
+    TestAudio audio{channels, sampleRate, format, std::vector<float>(frames * static_cast<size_t>(channels))};
     unsigned state = 12345u;
     for (float& sample : audio.samples)
     {
@@ -87,11 +110,7 @@ TestAudio TestAudio::noise(int channels, int sampleRate, size_t frames, float le
 TestAudio TestAudio::sines(int channels, int sampleRate, size_t frames,
                            const std::vector<std::pair<double, double>>& partials, int format)
 {
-    TestAudio audio;
-    audio.channels = channels;
-    audio.sampleRate = sampleRate;
-    audio.format = format;
-    audio.samples.resize(frames * static_cast<size_t>(channels));
+    TestAudio audio{channels, sampleRate, format, std::vector<float>(frames * static_cast<size_t>(channels))};
     const double twoPi = 6.283185307179586;
     for (size_t frame = 0; frame < frames; ++frame)
     {

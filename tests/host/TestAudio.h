@@ -24,6 +24,16 @@ struct TestAudio
     // from frame `from` on, and that normalised correlation.
     std::pair<int, double> bestAlignment(const TestAudio& output, int range, size_t from) const;
 
+    // BS.1770 figures by libebur128 itself, not by the host's meters: the
+    // integrated loudness gated over all the tracks together, and per channel
+    // the largest true peak of any track in dBTP.
+    struct Measured
+    {
+        double lufs;
+        std::vector<double> truePeakDbtp;
+    };
+    static Measured measure(const std::vector<TestAudio>& tracks);
+
     static TestAudio read(const std::string& path);
     // Writes the file and hands back the audio, for a test that keeps both.
     const TestAudio& write(const std::string& path) const;

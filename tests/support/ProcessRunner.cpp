@@ -1,33 +1,8 @@
 #include "ProcessRunner.h"
 
-namespace
-{
-// Our environment with extraEnvironment added to or replacing its entries.
-std::vector<std::string> mergedEnvironment(const std::vector<std::string>& current,
-                                           const std::vector<std::string>& extraEnvironment)
-{
-    std::vector<std::string> environment;
-    for (const std::string& variable : current)
-    {
-        bool replaced = false;
-        for (const std::string& extra : extraEnvironment)
-        {
-            replaced = replaced || variable.compare(0, extra.find('=') + 1, extra, 0, extra.find('=') + 1) == 0;
-        }
-        if (!replaced)
-        {
-            environment.push_back(variable);
-        }
-    }
-    environment.insert(environment.end(), extraEnvironment.begin(), extraEnvironment.end());
-    return environment;
-}
-}
-
 #ifdef _WIN32
 #include <windows.h>
 
-#include <cstring>
 #include <functional>
 #include <thread>
 
@@ -75,26 +50,13 @@ void readAll(HANDLE from, std::string& into)
 }
 }
 
-ProcessResult runProcess(const std::vector<std::string>& argv, const std::vector<std::string>& extraEnvironment)
+ProcessResult runProcess(const std::vector<std::string>& argv)
 {
     ProcessResult result;
     if (argv.empty())
     {
         return result;
     }
-    std::vector<std::string> current;
-    char* block = GetEnvironmentStringsA();
-    for (const char* entry = block; *entry; entry += std::strlen(entry) + 1)
-    {
-        current.emplace_back(entry);
-    }
-    FreeEnvironmentStringsA(block);
-    std::string environment;
-    for (const std::string& variable : mergedEnvironment(current, extraEnvironment))
-    {
-        environment += variable + '\0';
-    }
-    environment += '\0';
     std::string commandLine;
     for (const std::string& argument : argv)
     {
@@ -127,7 +89,7 @@ ProcessResult runProcess(const std::vector<std::string>& argv, const std::vector
     startup.hStdOutput = outWrite;
     startup.hStdError = errWrite;
     PROCESS_INFORMATION process = {};
-    const BOOL started = CreateProcessA(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, environment.data(),
+    const BOOL started = CreateProcessA(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
                                         nullptr, &startup, &process);
     CloseHandle(outWrite);
     CloseHandle(errWrite);
@@ -179,15 +141,9 @@ std::vector<char*> pointers(std::vector<std::string>& texts)
 }
 }
 
-ProcessResult runProcess(const std::vector<std::string>& argv, const std::vector<std::string>& extraEnvironment)
+ProcessResult runProcess(const std::vector<std::string>& argv)
 {
     ProcessResult result;
-    std::vector<std::string> current;
-    for (char** entry = environ; *entry; ++entry)
-    {
-        current.emplace_back(*entry);
-    }
-    std::vector<std::string> environment = mergedEnvironment(current, extraEnvironment);
     std::vector<std::string> arguments = argv;
     if (arguments.empty())
     {
@@ -212,8 +168,7 @@ ProcessResult runProcess(const std::vector<std::string>& argv, const std::vector
     posix_spawn_file_actions_adddup2(&actions, outPipe[1], STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, errPipe[1], STDERR_FILENO);
     pid_t child = 0;
-    const int failed = posix_spawnp(&child, arguments[0].c_str(), &actions, nullptr, pointers(arguments).data(),
-                                    pointers(environment).data());
+    const int failed = posix_spawnp(&child, arguments[0].c_str(), &actions, nullptr, pointers(arguments).data(), environ);
     posix_spawn_file_actions_destroy(&actions);
     close(outPipe[1]);
     close(errPipe[1]);

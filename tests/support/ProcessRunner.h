@@ -13,7 +13,6 @@ struct ProcessResult
 };
 
 // Runs a program in a fresh process, without a shell (argv[0] is looked up
-// in PATH when it has no slash), stdin from /dev/null, and waits for it.
-// extraEnvironment: "NAME=value" entries added to (or replacing) ours.
-ProcessResult runProcess(const std::vector<std::string>& argv,
-                         const std::vector<std::string>& extraEnvironment = {});
+// in PATH when it has no slash), stdin from /dev/null, with our environment,
+// and waits for it.
+ProcessResult runProcess(const std::vector<std::string>& argv);
