@@ -18,8 +18,6 @@ TEST(AudioFileFormat, ContainerFollowsTheOutputExtensionAndSamplesTheInput)
     EXPECT_EQ(AudioFileFormat::forOutput("out.flac", wav24, "", 2, 48000), SF_FORMAT_FLAC | SF_FORMAT_PCM_24);
     EXPECT_EQ(AudioFileFormat::forOutput("out.AIFF", wav24, "", 2, 48000), SF_FORMAT_AIFF | SF_FORMAT_PCM_24);
     EXPECT_EQ(AudioFileFormat::forOutput("-", wav24, "", 1, 48000, "FLAC"), SF_FORMAT_FLAC | SF_FORMAT_PCM_24);
-    EXPECT_EQ(AudioFileFormat::forOutput("out.wav", wav24, "", 2, 48000, "opus"), SF_FORMAT_OGG | SF_FORMAT_OPUS);
-    EXPECT_EQ(AudioFileFormat::forOutput("out.mp3", wav24, "", 2, 44100), SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III);
     // A lossy input's sample type means nothing to a lossless output.
     EXPECT_EQ(AudioFileFormat::forOutput("o.flac", SF_FORMAT_OGG | SF_FORMAT_VORBIS, "", 2, 48000),
               SF_FORMAT_FLAC | SF_FORMAT_PCM_24);
@@ -27,7 +25,6 @@ TEST(AudioFileFormat, ContainerFollowsTheOutputExtensionAndSamplesTheInput)
     EXPECT_NE(unknown.find("the formats are wav, w64, rf64, aiff, caf, au, flac, ogg, opus, mp3"), std::string::npos);
     EXPECT_THROW(AudioFileFormat::forOutput("dir.v2/out", wav24, "", 2, 48000), HostError);
     EXPECT_THROW(AudioFileFormat::forOutput("out.mp3", wav24, "16", 2, 48000), HostError);
-    EXPECT_EQ(AudioFileFormat::forOutput("out.wav", wav24, "16", 2, 48000), SF_FORMAT_WAV | SF_FORMAT_PCM_16);
     EXPECT_EQ(AudioFileFormat::forOutput("out.wav", wav24, "32f", 1, 44100), wavFloat);
     // The input's container stays when it shares the extension.
     EXPECT_EQ(AudioFileFormat::forOutput("out.wav", wavex16, "", 2, 48000), wavex16);

