@@ -36,7 +36,9 @@ TEST(AudioFileFormat, ContainerFollowsTheOutputExtensionAndSamplesTheInput)
 }
 
 // A file appears whole on commit or not at all; integers clip rather than
-// wrap around (16-bit full scale is 32767/32768 up and -1 down).
+// wrap around, whether the writer reduces the word length itself (16-bit
+// full scale is 32767/32768 up and -1 down) or leaves 32 bits to libsndfile
+// (full scale reads back as +-1 in float).
 TEST(AudioFileWriter, AppearsWholeOnCommitOrNotAtAllAndIntegersClip)
 {
     ScratchDirectory scratch;
@@ -54,6 +56,12 @@ TEST(AudioFileWriter, AppearsWholeOnCommitOrNotAtAllAndIntegersClip)
     EXPECT_EQ(scratch.entries(), std::vector<std::string>{"out.wav"});
     const TestAudio written = TestAudio::read(target);
     EXPECT_EQ(written.samples, (std::vector<float>{32767.0f / 32768.0f, -1.0f, 0.25f, -0.25f}));
+    {
+        AudioFileWriter wide(scratch.path("wide.wav"), SF_FORMAT_WAV | SF_FORMAT_PCM_32, 2, 44100);
+        wide.write(frames.data(), 2);
+        wide.commit();
+    }
+    EXPECT_EQ(TestAudio::read(scratch.path("wide.wav")).samples, (std::vector<float>{1.0f, -1.0f, 0.25f, -0.25f}));
     EXPECT_THROW(AudioFileWriter(scratch.path("no/dir/out.wav"), SF_FORMAT_WAV | SF_FORMAT_PCM_16, 2, 48000),
                  HostError);
 }

@@ -11,17 +11,19 @@
 // The BS.1770 figures the master's own meter derives from 100 ms energies
 // equal libebur128's: integrated loudness, loudness range, largest momentary
 // and short-term loudness, at rates whose 100 ms is not a whole number of
-// samples too. The material is 20 s of noise that steps up by 12 dB halfway,
-// so gates, windows and percentiles all have something to decide.
+// samples too. The material is 20 s of noise that steps up by 6 dB after a
+// quarter and by 12 dB more halfway, so gates, windows and percentiles all
+// have something to decide: the quietest blocks lie between the loudness
+// range's relative gate and the integrated loudness's.
 TEST(MasterMeter, AgreesWithLibebur128OnEveryLoudnessFigure)
 {
     for (const int sampleRate : {44100, 48000, 96000})
     {
         SCOPED_TRACE(sampleRate);
         TestAudio audio = TestAudio::noise(2, sampleRate, static_cast<size_t>(20 * sampleRate), 0.1f, 0);
-        for (size_t i = audio.samples.size() / 2; i < audio.samples.size(); ++i)
+        for (size_t i = 0; i < audio.samples.size(); ++i)
         {
-            audio.samples[i] *= 4.0f;
+            audio.samples[i] *= i < audio.samples.size() / 4 ? 0.5f : i < audio.samples.size() / 2 ? 1.0f : 4.0f;
         }
         MasterMeter meter(2, sampleRate);
         ebur128_state* reference =
