@@ -19,11 +19,6 @@ std::vector<float> steady(float left, float right, size_t frames)
     }
     return samples;
 }
-
-void append(std::vector<float>& to, const std::vector<float>& more)
-{
-    to.insert(to.end(), more.begin(), more.end());
-}
 }
 
 // With an input gain of g dB, input level p and output level q, a window's
@@ -34,9 +29,11 @@ TEST(GainReductionMeter, LargestAndMeanPerChannelWhereverTheBlocksEnd)
 {
     GainReductionMeter meter(2, 1000, 6.0);
     std::vector<float> input = steady(0.8f, 0.8f, 30);
-    std::vector<float> output = steady(0.8f, 0.8f, 10);
-    append(output, steady(0.2f, 0.4f, 10));
-    append(output, steady(0.8f, 0.8f, 10));
+    const std::vector<float> full = steady(0.8f, 0.8f, 10);
+    const std::vector<float> reduced = steady(0.2f, 0.4f, 10);
+    std::vector<float> output = full;
+    output.insert(output.end(), reduced.begin(), reduced.end());
+    output.insert(output.end(), full.begin(), full.end());
     // Fed in pieces that straddle window edges.
     meter.addInput(input.data(), 7);
     meter.addInput(input.data() + 14, 23);

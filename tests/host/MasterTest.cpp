@@ -34,9 +34,7 @@ struct MasterScene
 
     ProcessResult master(const std::vector<std::string>& more) const
     {
-        std::vector<std::string> arguments = {"master", "--json"};
-        arguments.insert(arguments.end(), more.begin(), more.end());
-        return runPalisorne(arguments);
+        return runPalisorne(joined({"master", "--json"}, more));
     }
 };
 
@@ -121,9 +119,7 @@ TEST(Master, ImpossibleTargetsAreRefusedWithNothingWritten)
     };
     for (const auto& impossible : cases)
     {
-        std::vector<std::string> arguments = impossible.arguments;
-        arguments.insert(arguments.end(), {"--out-dir", scene.scratch.path("out")});
-        const ProcessResult run = scene.master(arguments);
+        const ProcessResult run = scene.master(joined(impossible.arguments, {"--out-dir", scene.scratch.path("out")}));
         SCOPED_TRACE(impossible.reason);
         EXPECT_EQ(run.exitCode, 1);
         EXPECT_NE(run.err.find(impossible.reason), std::string::npos) << run.err;

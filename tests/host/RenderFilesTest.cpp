@@ -16,9 +16,7 @@ namespace
 {
 nlohmann::json renderJson(const std::vector<std::string>& arguments)
 {
-    std::vector<std::string> all = {"render", "--plugin", TestModules::delayProbe, "--json"};
-    all.insert(all.end(), arguments.begin(), arguments.end());
-    const ProcessResult run = runPalisorne(all);
+    const ProcessResult run = runPalisorne(joined({"render", "--plugin", TestModules::delayProbe, "--json"}, arguments));
     EXPECT_EQ(run.exitCode, 0) << run.err;
     return run.out.empty() ? nlohmann::json() : nlohmann::json::parse(run.out);
 }

@@ -7,31 +7,6 @@
 #include <cmath>
 #include <stdexcept>
 
-std::pair<int, double> TestAudio::bestAlignment(const TestAudio& output, int range, size_t from) const
-{
-    std::pair<int, double> best = {0, -2.0};
-    for (int lag = -range; lag <= range; ++lag)
-    {
-        double product = 0.0;
-        double ownEnergy = 0.0;
-        double outputEnergy = 0.0;
-        for (size_t frame = from; frame + static_cast<size_t>(range) < frames(); ++frame)
-        {
-            const double x = at(frame, 0);
-            const double y = output.at(frame + static_cast<size_t>(lag), 0);
-            product += x * y;
-            ownEnergy += x * x;
-            outputEnergy += y * y;
-        }
-        const double correlation = product / std::sqrt(ownEnergy * outputEnergy);
-        if (correlation > best.second)
-        {
-            best = {lag, correlation};
-        }
-    }
-    return best;
-}
-
 TestAudio::Measured TestAudio::measure(const std::vector<TestAudio>& tracks)
 {
     std::vector<ebur128_state*> states;

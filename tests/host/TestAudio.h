@@ -19,11 +19,6 @@ struct TestAudio
         return samples[frame * static_cast<size_t>(channels) + static_cast<size_t>(channel)];
     }
 
-    // The lag in frames (positive when `output` lags) within -range..range at
-    // which channel 0 of `output` correlates best with this audio's, counted
-    // from frame `from` on, and that normalised correlation.
-    std::pair<int, double> bestAlignment(const TestAudio& output, int range, size_t from) const;
-
     // BS.1770 figures by libebur128 itself, not by the host's meters: the
     // integrated loudness gated over all the tracks together, and per channel
     // the largest true peak of any track in dBTP.

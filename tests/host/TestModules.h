@@ -6,14 +6,11 @@
 #include <sys/stat.h>
 #include <vector>
 
-// Module paths the tests load, and the executable that loads them. Third-party limiters come from Debian's
-// lsp-plugins-vst and zam-plugins packages.
+// Module paths the tests load, and the executable that loads them.
 namespace TestModules
 {
 constexpr const char* delayProbe = DELAY_PROBE_MODULE;
 constexpr const char* notAPlugin = NOT_A_PLUGIN_MODULE;
-constexpr const char* lspLimiter = "/usr/lib/vst/lsp-plugins/limiter-stereo.so";
-constexpr const char* zamMaximizer = "/usr/lib/vst/ZaMaximX2-vst.so";
 
 #ifdef OUR_MODULE
 constexpr const char* ours = OUR_MODULE;
@@ -39,10 +36,15 @@ inline bool exists(const std::string& path)
         }                                                                                                              \
     } while (false)
 
+// The words of `first`, then those of `more`.
+inline std::vector<std::string> joined(std::vector<std::string> first, const std::vector<std::string>& more)
+{
+    first.insert(first.end(), more.begin(), more.end());
+    return first;
+}
+
 // The palisorne executable run with these arguments.
 inline ProcessResult runPalisorne(const std::vector<std::string>& arguments)
 {
-    std::vector<std::string> argv = {PALISORNE_EXECUTABLE};
-    argv.insert(argv.end(), arguments.begin(), arguments.end());
-    return runProcess(argv);
+    return runProcess(joined({PALISORNE_EXECUTABLE}, arguments));
 }
