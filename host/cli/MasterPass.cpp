@@ -10,6 +10,7 @@
 #include "ParameterSetting.h"
 #include "PluginLocator.h"
 #include "RenderLoop.h"
+#include "Renderer.h"
 #include "WordLengthReducer.h"
 
 #include <CLI/CLI.hpp>
@@ -142,7 +143,7 @@ CLI::App* MasterPass::addCommand(CLI::App& app, MasterPassRequest& request)
     command->add_option("--set-norm", request.normalisedSettings)->allow_extra_args(false);
     command->add_option("--host-gain", request.hostGainDb);
     command->add_option("--bits", request.bits);
-    command->add_option("--block", request.blockFrames);
+    command->add_option("--block", request.blockFrames)->check(CLI::Range(1, Renderer::largestBlock));
     return command;
 }
 
