@@ -2,6 +2,7 @@
 // definitions at their edges, initialisation and program handling.
 #include "CVSTPlugin.h"
 
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -129,6 +130,15 @@ TEST(VSTPluginParameters, ValuesLiveInTheCurrentProgramAutomationStoresThem)
     plugin.setProgram(5);
     EXPECT_EQ(plugin.getParameter(2), normalised(1.0f, 0.0f, 3.0f));
     plugin.setProgram(0);
+    EXPECT_EQ(plugin.getParameter(2), 0.75f);
+
+    // Indices outside the table and values that are not finite store nothing.
+    for (VstInt32 bad : {parameterCount, -1, 1 << 30})
+    {
+        plugin.setParameter(bad, 0.5f);
+        EXPECT_EQ(plugin.getParameter(bad), 0.0f) << bad;
+    }
+    plugin.setParameter(2, std::numeric_limits<float>::quiet_NaN());
     EXPECT_EQ(plugin.getParameter(2), 0.75f);
 
     // Automation stores through the most derived setter.
