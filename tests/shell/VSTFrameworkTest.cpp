@@ -60,7 +60,7 @@ float normalised(float value, float minimum, float maximum)
 }
 }
 
-TEST(VSTConfigDefinitions, OutOfRangeDefinitionsAreIgnored)
+TEST(VSTConfigDefinitions, OutOfRangeDefinitionsIgnoredEmptyRangesHarmless)
 {
     CVSTConfig config(2, 2);
     const float values[2] = {0.1f, 0.9f};
@@ -76,14 +76,11 @@ TEST(VSTConfigDefinitions, OutOfRangeDefinitionsAreIgnored)
         EXPECT_EQ(config.programs[i].values[0].load(), 0.5f);
         EXPECT_EQ(config.programs[i].values[1].load(), 0.5f);
     }
-}
 
-TEST(VSTConfigDefinitions, EmptyRangeDoesNotDivideByZero)
-{
-    CVSTConfig config(1, 1);
+    // An empty range does not divide by zero.
     config.defineParameter(0, "Fixed", "", 3.0f, 3.0f, 3.0f, "%1.0f");
-    const float values[1] = {3.0f};
-    config.defineProgram(0, "Fixed", values);
+    const float fixed[2] = {3.0f, 5.5f};
+    config.defineProgram(0, "Fixed", fixed);
     EXPECT_EQ(config.parameters[0].defaultValue, 0.0f);
     EXPECT_EQ(config.programs[0].values[0].load(), 0.0f);
     EXPECT_EQ(config.toPlain(0, 0.7f), 3.0f);
@@ -111,15 +108,12 @@ TEST(VSTPluginInitialise, AnnouncesTheRecordThenSetsRateProgramAndResumes)
     };
     EXPECT_EQ(plugin.calls, expected);
     EXPECT_EQ(plugin.getProgram(), 0);
-}
 
-TEST(VSTPluginInitialise, TailSizeOneAnnouncesNoTail)
-{
+    // A tail size of 1, and only 1, announces no tail.
     TestPlugin silent(1);
     EXPECT_EQ(silent.getAeffect()->flags, effFlagsCanReplacing | effFlagsNoSoundInStop);
     EXPECT_EQ(silent.getGetTailSize(), 1);
-    TestPlugin ringing(4410);
-    EXPECT_EQ(ringing.getAeffect()->flags, effFlagsCanReplacing);
+    EXPECT_EQ(TestPlugin(4410).getAeffect()->flags, effFlagsCanReplacing);
 }
 
 TEST(VSTPluginParameters, ValuesLiveInTheCurrentProgramAutomationStoresThem)
