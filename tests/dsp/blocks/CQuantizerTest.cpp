@@ -106,36 +106,18 @@ double lowOverHighDb(double fs, Power powerInBin)
 }
 }
 
-TEST(CQuantizerTest, SilenceAt16BitsIsOnlyDither)
+TEST(CQuantizerTest, SixteenBitsFollowEachDitherDrawWithSevenStepsOfHeadroom)
 {
     // Without shaping the filter never moves off zero, so the output is
-    // floor(d) for d = (r - 16384)/32768: -1 step for r below 16384, else 0.
-    CQuantizer quantizer = makeQuantizer(16, 0.0f, 44100.0f);
-    const uint32_t seed = 12345u;
-    const std::vector<float> out = run(quantizer, seed, 0.0f, 20000);
-    uint32_t state = seed;
-    for (size_t i = 0; i < out.size(); ++i)
-    {
-        state = advance(state);
-        const float expected = drawFrom(state) < 16384 ? -1.0f / 32768.0f : 0.0f;
-        ASSERT_EQ(out[i], expected) << "sample " << i;
-    }
-    EXPECT_EQ(randState.load(), state); // exactly one draw per sample
-}
-
-TEST(CQuantizerTest, FullScaleKeepsSevenStepsOfHeadroomAndOverloadClips)
-{
-    // +1.0 becomes v = 32768 - 7 = 32761 steps. v + d is rounded to the float
-    // grid at 32761 (1/512 = 64 dither units), so a dither within 32 units
-    // below zero may land on 32761 itself; below that the floor is 32760.
-    // -1.0: -32761 + d, floor gives -32762 for negative dither, and the same
-    // rounding band just below zero may give -32761.
+    // floor(v + d) steps, with v = x (32768 - 7) and d = (r - 16384)/32768,
+    // one draw r per sample. Near full scale v + d is first rounded to the
+    // float grid (1/512 = 64 dither units at 32761), so a dither within 32
+    // units below zero may land on v itself.
     CQuantizer quantizer = makeQuantizer(16, 0.0f, 44100.0f);
     const uint32_t seed = 99u;
-    for (float level : {1.0f, -1.0f})
+    for (float level : {0.0f, 1.0f, -1.0f})
     {
-        const float atOrAbove = level * 32761.0f;
-        const float below = level > 0.0f ? 32760.0f : -32762.0f;
+        const double v = level * 32761.0;
         const std::vector<float> out = run(quantizer, seed, level, 20000);
         uint32_t state = seed;
         for (size_t i = 0; i < out.size(); ++i)
@@ -143,15 +125,13 @@ TEST(CQuantizerTest, FullScaleKeepsSevenStepsOfHeadroomAndOverloadClips)
             state = advance(state);
             const int k = drawFrom(state) - 16384;
             const float steps = out[i] * 32768.0f;
-            ASSERT_LE(out[i], 32767.0f / 32768.0f);
-            ASSERT_GE(out[i], -1.0f);
-            if (k >= 0)
-                ASSERT_EQ(steps, atOrAbove) << "level " << level << ", sample " << i;
-            else if (k < -32)
-                ASSERT_EQ(steps, below) << "level " << level << ", sample " << i;
+            const float expected = static_cast<float>(std::floor(v + k / 32768.0));
+            if (level != 0.0f && k < 0 && k >= -32)
+                ASSERT_TRUE(steps == expected || steps == v) << "level " << level << ", sample " << i;
             else
-                ASSERT_TRUE(steps == below || steps == atOrAbove) << "level " << level << ", sample " << i;
+                ASSERT_EQ(steps, expected) << "level " << level << ", sample " << i;
         }
+        EXPECT_EQ(randState.load(), state) << "level " << level;
     }
     // Overload clips to the ends of the word.
     for (float out : run(quantizer, 5u, 4.0f, 100))

@@ -15,10 +15,6 @@ using namespace limiter_test;
 // That the fast path computes the plain loop bit for bit, for any block size,
 // is CLimiterReferenceTest's.
 
-namespace
-{
-}
-
 TEST(CLimiterSilenceTest, SilenceBecomesTinyNoiseBehindTheFrameStage)
 {
     // Construction settings. The noise is added where the frame stage hands
@@ -113,7 +109,6 @@ TEST(CLimiterClipLevelTest, WordLengthsRoundTheCeilingDown)
         // onto the grid by half a step, so one step either way is allowed.
         EXPECT_NEAR(limiter.getClipLevel(), c.clip, c.bits >= 24 ? std::ldexp(1.0, 1 - c.bits) : 1e-6) << c.bits << " bits, " << c.ceilingDb << " dB";
     }
-
 }
 
 namespace
@@ -124,10 +119,7 @@ struct LookaheadCase
     float seconds;
     int samples;
 };
-}
 
-namespace
-{
 // Output sample from which a click changes the left channel: the two runs
 // differ only in one input sample, start from the same generator states, and
 // are compared bit for bit. Returns -1 if they never differ.
@@ -161,12 +153,14 @@ TEST(CLimiterLookaheadTest, GainStartsFallingExactlyTheRoundedClampedLookaheadBe
     // 1.5e-6, for that c) that a section can stay short of a level it has
     // settled on. No saturation: the frame stage then passes samples one by
     // one and cannot spread the click.
-    // The look-ahead in samples is rounded and clamped to 4..507.
+    // The look-ahead in samples is rounded and clamped to 4..507, of the
+    // rate clamped to 22050..192000 Hz.
     const LookaheadCase cases[] = {
         {44100.0f, 0.0f, 4},      {44100.0f, -1.0f, 4},     {44100.0f, 0.00005f, 4}, // 2.2 samples
         {44100.0f, 0.001f, 44},   {44100.0f, 0.00136f, 60}, // 59.98 rounds up
         {22050.0f, 0.002f, 44},   {96000.0f, 0.001f, 96},   {192000.0f, 0.0026f, 499},
         {192000.0f, 0.003f, 507}, {44100.0f, 1e30f, 507}, // 576 and more clamped
+        {8000.0f, 0.002f, 44},    {384000.0f, 0.001f, 192},
     };
     const int clickAt = 2000;
     for (const LookaheadCase& c : cases)

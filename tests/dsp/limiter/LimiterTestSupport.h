@@ -23,41 +23,6 @@ inline Buffer makeBuffer(int channels, int frames)
     return Buffer(static_cast<size_t>(channels), std::vector<float>(static_cast<size_t>(frames), 0.0f));
 }
 
-// Every limiter setting, with the values most tests start from: no
-// saturation and no word-length reduction, so the path is plain gain. The
-// with... calls change one setting each and chain:
-// Settings().withAttack(0.0f).withLink(0.0f).
-struct Settings
-{
-    float sampleRate = 44100.0f;
-    float inputGainDb = 0.0f;
-    float attack = 0.08f;
-    float release = 0.5f;
-    float lookahead = 0.002f;
-    bool truePeak = false;
-    float ceilingDb = 0.0f;
-    float link = 0.35f;
-    bool aes17 = true;
-    bool monitor = false;
-    float saturation = 0.0f;
-    int bits = 0;
-    float shaping = 0.0f;
-
-    Settings& withRate(float hz) { sampleRate = hz; return *this; }
-    Settings& withGain(float dB) { inputGainDb = dB; return *this; }
-    Settings& withAttack(float seconds) { attack = seconds; return *this; }
-    Settings& withRelease(float seconds) { release = seconds; return *this; }
-    Settings& withLookahead(float seconds) { lookahead = seconds; return *this; }
-    Settings& withTruePeak(bool on) { truePeak = on; return *this; }
-    Settings& withCeiling(float dB) { ceilingDb = dB; return *this; }
-    Settings& withLink(float amount) { link = amount; return *this; }
-    Settings& withAes17(bool on) { aes17 = on; return *this; }
-    Settings& withMonitor(bool on) { monitor = on; return *this; }
-    Settings& withSaturation(float amount) { saturation = amount; return *this; }
-    Settings& withBits(int wordLength) { bits = wordLength; return *this; }
-    Settings& withShaping(float amount) { shaping = amount; return *this; }
-};
-
 // One setting, as the host may send it between two blocks.
 struct Change
 {
@@ -88,6 +53,30 @@ struct Change
 
 constexpr int settingCount = 13;
 
+// Every limiter setting, by its index in Change, with the values most tests
+// start from: no saturation and no word-length reduction, so the path is
+// plain gain. The with... calls change one setting each and chain:
+// Settings().withAttack(0.0f).withLink(0.0f).
+struct Settings
+{
+    float value[settingCount] = {0.0f, 0.08f, 0.5f, 0.002f, 0.0f, 0.0f, 0.35f, 1.0f, 0.0f, 0.0f, 0.0f, 0.0f, 44100.0f};
+
+    Settings& with(int which, float v) { value[which] = v; return *this; }
+    Settings& withGain(float dB) { return with(0, dB); }
+    Settings& withAttack(float seconds) { return with(1, seconds); }
+    Settings& withRelease(float seconds) { return with(2, seconds); }
+    Settings& withLookahead(float seconds) { return with(3, seconds); }
+    Settings& withTruePeak(bool on) { return with(4, on); }
+    Settings& withCeiling(float dB) { return with(5, dB); }
+    Settings& withLink(float amount) { return with(6, amount); }
+    Settings& withAes17(bool on) { return with(7, on); }
+    Settings& withMonitor(bool on) { return with(8, on); }
+    Settings& withSaturation(float amount) { return with(9, amount); }
+    Settings& withBits(int wordLength) { return with(10, float(wordLength)); }
+    Settings& withShaping(float amount) { return with(11, amount); }
+    Settings& withRate(float hz) { return with(12, hz); }
+};
+
 // Edges are drawn often: zero times, the look-ahead clamps, the middle of
 // the link range, pass-through word lengths, rates outside the clamp.
 inline Change randomChange(std::mt19937& random, int which)
@@ -110,25 +99,17 @@ inline Change randomChange(std::mt19937& random, int which)
     }
 }
 
-// A limiter with every setting applied.
+// A limiter with every setting applied, the rate first.
 class SetUpLimiter : public CLimiter
 {
 public:
     explicit SetUpLimiter(const Settings& s, int channels = 2) : CLimiter(channels)
     {
-        setSampleRate(s.sampleRate);
-        setInputGain(s.inputGainDb);
-        setAttack(s.attack);
-        setRelease(s.release);
-        setLookahead(s.lookahead);
-        setTruePeak(s.truePeak);
-        setCeiling(s.ceilingDb);
-        setLink(s.link);
-        setAES17(s.aes17);
-        setMonitor(s.monitor);
-        setSaturation(s.saturation);
-        setNumBits(static_cast<int8_t>(s.bits));
-        setShaping(s.shaping);
+        for (int k = 0; k < settingCount; ++k)
+        {
+            const int which = (k + settingCount - 1) % settingCount;
+            Change{which, s.value[which]}.applyTo(*this);
+        }
     }
 };
 

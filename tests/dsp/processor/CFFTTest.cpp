@@ -255,33 +255,24 @@ private:
 
     void complexPass(float* a) const
     {
+        // Radix-4 stages of growing length; the first, of length 2, runs
+        // alike for every size above 8.
         int l = 2;
-        if (n > 8)
+        while (4 * l < n)
         {
-            butterfly(a, 0, 2, Form::plain);
-            butterfly(a, 8, 2, Form::eighthTurn);
-            for (int j = 16, q = 1; j < n; j += 16, ++q)
+            const int m = 4 * l;
+            for (int j = 0; j < l; j += 2)
+                butterfly(a, j, l, Form::plain);
+            for (int j = m; j < m + l; j += 2)
+                butterfly(a, j, l, Form::eighthTurn);
+            for (int k = 2 * m, q = 1; k < n; k += 2 * m, ++q)
             {
-                butterfly(a, j, 2, Form::twiddled, twiddles(q, false));
-                butterfly(a, j + 8, 2, Form::twiddledTurned, twiddles(q, true));
+                for (int j = k; j < k + l; j += 2)
+                    butterfly(a, j, l, Form::twiddled, twiddles(q, false));
+                for (int j = k + m; j < k + m + l; j += 2)
+                    butterfly(a, j, l, Form::twiddledTurned, twiddles(q, true));
             }
-            l = 8;
-            while (4 * l < n)
-            {
-                const int m = 4 * l;
-                for (int j = 0; j < l; j += 2)
-                    butterfly(a, j, l, Form::plain);
-                for (int j = m; j < m + l; j += 2)
-                    butterfly(a, j, l, Form::eighthTurn);
-                for (int k = 2 * m, q = 1; k < n; k += 2 * m, ++q)
-                {
-                    for (int j = k; j < k + l; j += 2)
-                        butterfly(a, j, l, Form::twiddled, twiddles(q, false));
-                    for (int j = k + m; j < k + m + l; j += 2)
-                        butterfly(a, j, l, Form::twiddledTurned, twiddles(q, true));
-                }
-                l = 4 * l;
-            }
+            l = 4 * l;
         }
         if (4 * l == n)
         {
