@@ -30,7 +30,6 @@ public:
     // What the parent shows (the editor's pixels over it), 0xRRGGBB, row
     // by row; empty if it cannot be read.
     std::vector<uint32_t> picture() const;
-    uint32_t pixelAt(int x, int y) const;
 
     // Mouse in parent coordinates; buttons 1 (left), 4 and 5 (wheel up and
     // down, one detent per press).
@@ -46,7 +45,7 @@ public:
 private:
     int width;
     int height;
-    // The X connection; unused on Windows.
-    void* display;
+    // The X connection (X11 back end only).
+    struct _XDisplay* display;
     uintptr_t parent;
 };

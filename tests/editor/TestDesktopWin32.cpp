@@ -94,13 +94,10 @@ uintptr_t TestDesktop::findEditorWindow() const
 bool TestDesktop::getWindowSize(uintptr_t window, int& width, int& height) const
 {
     RECT area;
-    if (!window || !GetClientRect(handle(window), &area))
-    {
-        return false;
-    }
-    width = area.right - area.left;
-    height = area.bottom - area.top;
-    return true;
+    const bool known = window && GetClientRect(handle(window), &area);
+    width = known ? area.right : 0;
+    height = known ? area.bottom : 0;
+    return known;
 }
 
 bool TestDesktop::isViewable(uintptr_t window) const
@@ -110,44 +107,30 @@ bool TestDesktop::isViewable(uintptr_t window) const
 
 std::vector<uint32_t> TestDesktop::picture() const
 {
-    std::vector<uint32_t> pixels;
-    if (!parent)
-    {
-        return pixels;
-    }
     // Copied from the screen, where the user sees it, into 32-bit pixels
-    // (blue, green, red, unused: 0xRRGGBB read as a little-endian word),
-    // top row first.
+    // (blue, green, red, unused: 0xRRGGBB as a little-endian word), top row
+    // first.
     BITMAPINFO format = {};
     format.bmiHeader = {sizeof(BITMAPINFOHEADER), width, -height, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
     void* bits = nullptr;
     HDC screen = GetDC(nullptr);
     HDC copy = CreateCompatibleDC(screen);
     HBITMAP target = CreateDIBSection(copy, &format, DIB_RGB_COLORS, &bits, nullptr, 0);
-    if (target)
+    const HGDIOBJ previous = SelectObject(copy, target);
+    std::vector<uint32_t> pixels;
+    if (parent && target && BitBlt(copy, 0, 0, width, height, screen, 0, 0, SRCCOPY) && GdiFlush())
     {
-        const HGDIOBJ previous = SelectObject(copy, target);
-        if (BitBlt(copy, 0, 0, width, height, screen, 0, 0, SRCCOPY))
+        const uint32_t* words = static_cast<const uint32_t*>(bits);
+        for (int n = 0; n < width * height; ++n)
         {
-            GdiFlush();
-            const uint32_t* words = static_cast<const uint32_t*>(bits);
-            for (int n = 0; n < width * height; ++n)
-            {
-                pixels.push_back(words[n] & 0xFFFFFFu);
-            }
+            pixels.push_back(words[n] & 0xFFFFFFu);
         }
-        SelectObject(copy, previous);
-        DeleteObject(target);
     }
+    SelectObject(copy, previous);
+    DeleteObject(target);
     DeleteDC(copy);
     ReleaseDC(nullptr, screen);
     return pixels;
-}
-
-uint32_t TestDesktop::pixelAt(int x, int y) const
-{
-    const std::vector<uint32_t> pixels = picture();
-    return pixels.empty() ? 0 : pixels[static_cast<size_t>(y * width + x)];
 }
 
 void TestDesktop::moveMouse(int x, int y)
@@ -160,14 +143,8 @@ void TestDesktop::moveMouse(int x, int y)
 
 void TestDesktop::pressButton(int button)
 {
-    if (button == 1)
-    {
-        sendMouse(MOUSEEVENTF_LEFTDOWN);
-    }
-    else
-    {
-        sendMouse(MOUSEEVENTF_WHEEL, 0, 0, static_cast<DWORD>(button == 4 ? WHEEL_DELTA : -WHEEL_DELTA));
-    }
+    const DWORD detent = static_cast<DWORD>(button == 4 ? WHEEL_DELTA : -WHEEL_DELTA);
+    button == 1 ? sendMouse(MOUSEEVENTF_LEFTDOWN) : sendMouse(MOUSEEVENTF_WHEEL, 0, 0, detent);
 }
 
 void TestDesktop::releaseButton(int button)

@@ -7,11 +7,6 @@
 
 namespace
 {
-Display* connection(void* display)
-{
-    return static_cast<Display*>(display);
-}
-
 void fakeKey(Display* display, KeySym keysym, bool down)
 {
     XTestFakeKeyEvent(display, XKeysymToKeycode(display, keysym), down ? True : False, CurrentTime);
@@ -22,7 +17,6 @@ void fakeKey(Display* display, KeySym keysym, bool down)
 TestDesktop::TestDesktop(int width, int height)
     : width(width), height(height), display(XOpenDisplay(nullptr)), parent(0)
 {
-    Display* display = connection(this->display);
     if (!display)
     {
         return;
@@ -48,7 +42,7 @@ TestDesktop::~TestDesktop()
     if (display)
     {
         destroyParent();
-        XCloseDisplay(connection(display));
+        XCloseDisplay(display);
     }
 }
 
@@ -69,30 +63,23 @@ void TestDesktop::handleEvents()
 
 uintptr_t TestDesktop::findEditorWindow() const
 {
-    if (!parent)
-    {
-        return 0;
-    }
     ::Window root = 0;
     ::Window parentOfParent = 0;
     ::Window* children = nullptr;
     unsigned int count = 0;
-    uintptr_t child = 0;
-    if (XQueryTree(connection(display), parent, &root, &parentOfParent, &children, &count) && count > 0)
+    if (!parent || !XQueryTree(display, parent, &root, &parentOfParent, &children, &count))
     {
-        child = children[0];
+        return 0;
     }
-    if (children)
-    {
-        XFree(children);
-    }
+    const uintptr_t child = count > 0 ? children[0] : 0;
+    XFree(children);
     return child;
 }
 
 bool TestDesktop::getWindowSize(uintptr_t window, int& width, int& height) const
 {
     XWindowAttributes attributes;
-    if (!window || !XGetWindowAttributes(connection(display), window, &attributes))
+    if (!window || !XGetWindowAttributes(display, window, &attributes))
     {
         return false;
     }
@@ -104,9 +91,7 @@ bool TestDesktop::getWindowSize(uintptr_t window, int& width, int& height) const
 std::vector<uint32_t> TestDesktop::picture() const
 {
     std::vector<uint32_t> pixels;
-    XImage* image = parent ? XGetImage(connection(display), parent, 0, 0, static_cast<unsigned>(width),
-                                       static_cast<unsigned>(height), AllPlanes, ZPixmap)
-                           : nullptr;
+    XImage* image = parent ? XGetImage(display, parent, 0, 0, width, height, AllPlanes, ZPixmap) : nullptr;
     if (!image)
     {
         return pixels;
@@ -123,60 +108,48 @@ std::vector<uint32_t> TestDesktop::picture() const
     return pixels;
 }
 
-uint32_t TestDesktop::pixelAt(int x, int y) const
-{
-    XImage* image = XGetImage(connection(display), parent, x, y, 1, 1, AllPlanes, ZPixmap);
-    if (!image)
-    {
-        return 0;
-    }
-    const uint32_t pixel = static_cast<uint32_t>(XGetPixel(image, 0, 0));
-    XDestroyImage(image);
-    return pixel;
-}
-
 bool TestDesktop::isViewable(uintptr_t window) const
 {
     XWindowAttributes attributes;
-    return window && XGetWindowAttributes(connection(display), window, &attributes) && attributes.map_state == IsViewable;
+    return window && XGetWindowAttributes(display, window, &attributes) && attributes.map_state == IsViewable;
 }
 
 void TestDesktop::moveMouse(int x, int y)
 {
     // The parent sits at the screen's origin, so its coordinates are the
     // screen's.
-    XTestFakeMotionEvent(connection(display), DefaultScreen(connection(display)), x, y, CurrentTime);
-    XSync(connection(display), False);
+    XTestFakeMotionEvent(display, DefaultScreen(display), x, y, CurrentTime);
+    XSync(display, False);
 }
 
 void TestDesktop::pressButton(int button)
 {
-    XTestFakeButtonEvent(connection(display), static_cast<unsigned>(button), True, CurrentTime);
-    XSync(connection(display), False);
+    XTestFakeButtonEvent(display, button, True, CurrentTime);
+    XSync(display, False);
 }
 
 void TestDesktop::releaseButton(int button)
 {
-    XTestFakeButtonEvent(connection(display), static_cast<unsigned>(button), False, CurrentTime);
-    XSync(connection(display), False);
+    XTestFakeButtonEvent(display, button, False, CurrentTime);
+    XSync(display, False);
 }
 
 void TestDesktop::holdShift(bool down)
 {
-    fakeKey(connection(display), XK_Shift_L, down);
+    fakeKey(display, XK_Shift_L, down);
 }
 
 void TestDesktop::holdControl(bool down)
 {
-    fakeKey(connection(display), XK_Control_L, down);
+    fakeKey(display, XK_Control_L, down);
 }
 
 void TestDesktop::destroyParent()
 {
     if (parent)
     {
-        XDestroyWindow(connection(display), parent);
-        XSync(connection(display), False);
+        XDestroyWindow(display, parent);
+        XSync(display, False);
         parent = 0;
     }
 }
