@@ -3,36 +3,18 @@
 #include "CMyAnimKnob.h"
 #include "CXErrorGuard.h"
 
-#include <X11/Xlib.h>
-
-#include <atomic>
-#include <thread>
 #include <tuple>
 
 namespace
 {
-// Stands for the host's own X error handler while it exists: counts.
-class HostErrorHandler
-{
-public:
-    HostErrorHandler() : previous(XSetErrorHandler(countError)) { errors = 0; }
-    ~HostErrorHandler() { XSetErrorHandler(previous); }
-    int count() const { return errors.load(); }
-
-private:
-    static int countError(Display*, XErrorEvent*)
-    {
-        ++errors;
-        return 0;
-    }
-    static std::atomic<int> errors;
-    XErrorHandler previous;
-};
-std::atomic<int> HostErrorHandler::errors(0);
-
 // Open/close cycles; the sanitizer build runs the same count under
-// AddressSanitizer and LeakSanitizer.
+// AddressSanitizer and LeakSanitizer. Wine has no leak checker and takes a
+// quarter of a second per cycle: fewer there.
+#ifdef _WIN32
+const int openCloseCycles = 20;
+#else
 const int openCloseCycles = 200;
+#endif
 }
 
 TEST_F(EditorTest, TwoInstancesAreOpenAtOnce)
@@ -65,15 +47,19 @@ TEST_F(EditorTest, TwoInstancesAreOpenAtOnce)
 TEST_F(EditorTest, SurvivesTheHostDestroyingTheParentBeforeClosing)
 {
     openEditor();
-    const unsigned long dropped = CXErrorGuard::getDroppedErrors();
+    [[maybe_unused]] const unsigned long dropped = CXErrorGuard::getDroppedErrors();
     desktop->destroyParent();
-    // The editor's window went with its parent: idling and closing now make
-    // X errors on the editor's connection, which must not end the process.
+    // The editor's window went with its parent: idling and closing now
+    // fail, which must not end the process.
     idleFor(50);
     effect->setParameter(0, 0.7f);
     closeEditor();
     EXPECT_FALSE(editor().isOpen());
+#ifndef _WIN32
+    // X reports them later, as errors on the editor's connection; Win32
+    // calls just fail.
     EXPECT_GT(CXErrorGuard::getDroppedErrors(), dropped);
+#endif
 
     // And the editor opens again in a new parent.
     desktop.reset(new TestDesktop(panelWidth, panelHeight));
@@ -81,34 +67,7 @@ TEST_F(EditorTest, SurvivesTheHostDestroyingTheParentBeforeClosing)
     closeEditor();
 }
 
-TEST(XErrorGuardTest, DropsErrorsOnItsThreadAndForwardsTheRestToTheHostsHandler)
-{
-    TestDesktop desktop(16, 16);
-    ASSERT_TRUE(desktop.isConnected());
-    const HostErrorHandler host;
-    desktop.makeFailingRequest();
-    EXPECT_EQ(host.count(), 1);
-    {
-        const CXErrorGuard guard;
-        const unsigned long dropped = CXErrorGuard::getDroppedErrors();
-        desktop.makeFailingRequest();
-        EXPECT_EQ(CXErrorGuard::getDroppedErrors(), dropped + 1);
-        EXPECT_EQ(host.count(), 1);
-        // Another thread's error is not the guard's business.
-        std::thread other([] {
-            TestDesktop otherDesktop(16, 16);
-            otherDesktop.makeFailingRequest();
-        });
-        other.join();
-        EXPECT_EQ(host.count(), 2);
-        EXPECT_EQ(CXErrorGuard::getDroppedErrors(), dropped + 1);
-    }
-    // Gone: the host's handler is back in charge.
-    desktop.makeFailingRequest();
-    EXPECT_EQ(host.count(), 3);
-}
-
-TEST_F(EditorTest, OpensA506By427WindowTwoHundredTimesThenShowsTheLatestValues)
+TEST_F(EditorTest, OpensA506By427WindowAgainAndAgainThenShowsTheLatestValues)
 {
     // The host learns the size before anything is open.
     ERect* rect = nullptr;
@@ -122,6 +81,7 @@ TEST_F(EditorTest, OpensA506By427WindowTwoHundredTimesThenShowsTheLatestValues)
         for (int i = 0; i < 3; ++i)
         {
             effect->dispatch(effEditIdle);
+            desktop->handleEvents();
         }
         effect->setParameter(cycle % kNumParameters, 0.5f);
         closeEditor();

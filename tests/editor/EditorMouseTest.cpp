@@ -5,12 +5,14 @@
 #include "CVUMeter.h"
 
 #include <cmath>
+#ifndef _WIN32
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
+#endif
 
 namespace
 {
@@ -190,18 +192,21 @@ TEST_F(EditorMouseTest, ChoosingAMenuEntrySendsItsNormalisedValueAClickOutsideCh
     // A click outside an open list closes it unchanged, and the panel
     // comes back where the list was.
     effect->hostCalls.clear();
-    const unsigned long panel = desktop->pixelAt(430, 300);
+    const uint32_t panel = pixelAt(430, 300);
     click(420, 248);
     ASSERT_TRUE(idleUntil([scale] { return scale->isOpen(); }));
-    EXPECT_TRUE(idleUntil([&] { return desktop->pixelAt(430, 300) != panel; })) << "no list drawn";
+    EXPECT_TRUE(idleUntil([&] { return pixelAt(430, 300) != panel; })) << "no list drawn";
     // Over the "Release" knob, which must not see the click either.
     click(450, 340);
     ASSERT_TRUE(idleUntil([scale] { return !scale->isOpen(); }));
-    EXPECT_TRUE(idleUntil([&] { return desktop->pixelAt(430, 300) == panel; })) << "the list stays on screen";
+    EXPECT_TRUE(idleUntil([&] { return pixelAt(430, 300) == panel; })) << "the list stays on screen";
     EXPECT_TRUE(effect->automations().empty());
     EXPECT_EQ(scale->getCurrentIndex(), 2);
 }
 
+// Linux only: under wine, ShellExecuteA hands the address to the system's
+// xdg-open, found on a path the test program cannot change.
+#ifndef _WIN32
 TEST_F(EditorMouseTest, LinkButtonOpensTheProductPageWithXdgOpen)
 {
     // A stand-in xdg-open first on PATH writes down its argument.
@@ -230,3 +235,4 @@ TEST_F(EditorMouseTest, LinkButtonOpensTheProductPageWithXdgOpen)
     std::remove(script.c_str());
     rmdir(folder);
 }
+#endif

@@ -194,11 +194,15 @@ TEST_F(EditorRefreshTest, IdleShowsTheReadingsInDecibels)
     EXPECT_NEAR(e.getMeter(peakLeft)->getPeakHold(), -6.0206f, dBTolerance);
     EXPECT_NEAR(e.getMeter(reductionLeft)->getPeakHold(), -6.0206f, dBTolerance);
 
-    // Zero level readings clamp to the lower clamp and keep the hold.
+    // Zero level readings clamp to the lower clamp and keep the hold; the
+    // gain reduction's hold keeps its deepest value.
     effect->rmsLevel[0] = 0.0f;
     effect->outputPeak[0] = 0.0f;
+    effect->gainReduction[0] = 1.0f;
     effect->dispatch(effEditIdle);
     EXPECT_EQ(e.getMeter(rmsLeft)->getValue(), -160.0f);
     EXPECT_EQ(e.getMeter(peakLeft)->getValue(), -160.0f);
     EXPECT_NEAR(e.getMeter(peakLeft)->getPeakHold(), -6.0206f, dBTolerance);
+    EXPECT_EQ(e.getMeter(reductionLeft)->getValue(), 0.0f);
+    EXPECT_NEAR(e.getMeter(reductionLeft)->getPeakHold(), -6.0206f, dBTolerance);
 }

@@ -9,10 +9,11 @@
 #include <chrono>
 #include <memory>
 #include <thread>
+#include <vector>
 
-// An effect with its editor and a parent window on the tests' private X
-// server. Helpers open the editor through the dispatcher, as a host does,
-// and run the host's idle until something has happened.
+// An effect with its editor and a parent window on the tests' desktop.
+// Helpers open the editor through the dispatcher, as a host does, and run
+// the host's idle and event loop until something has happened.
 class EditorTest : public ::testing::Test
 {
 protected:
@@ -22,7 +23,7 @@ protected:
     void SetUp() override
     {
         desktop.reset(new TestDesktop(panelWidth, panelHeight));
-        ASSERT_TRUE(desktop->isConnected()) << "no X server";
+        ASSERT_TRUE(desktop->isConnected()) << "no desktop";
         effect.reset(new TestEffect);
     }
 
@@ -48,8 +49,8 @@ protected:
 
     void closeEditor() { effect->dispatch(effEditClose); }
 
-    // Host idle calls (effEditIdle) about every 2 ms until the condition
-    // holds; false after the time-out.
+    // Host idle calls (effEditIdle) and events about every 2 ms until the
+    // condition holds; false after the time-out.
     template <class Condition>
     bool idleUntil(Condition condition, int timeoutMs = 5000)
     {
@@ -57,6 +58,7 @@ protected:
         while (std::chrono::steady_clock::now() < end)
         {
             effect->dispatch(effEditIdle);
+            desktop->handleEvents();
             if (condition())
             {
                 return true;
@@ -64,6 +66,13 @@ protected:
             std::this_thread::sleep_for(std::chrono::milliseconds(2));
         }
         return false;
+    }
+
+    // What the parent shows at a point, 0xRRGGBB.
+    uint32_t pixelAt(int x, int y) const
+    {
+        const std::vector<uint32_t> pixels = desktop->picture();
+        return pixels.empty() ? 0 : pixels[static_cast<size_t>(y * panelWidth + x)];
     }
 
     // A few idle calls, for events that may take a round trip to arrive.

@@ -5,7 +5,17 @@
 #include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
 
-TestDesktop::TestDesktop(int width, int height) : display(XOpenDisplay(nullptr)), parent(0)
+namespace
+{
+void fakeKey(Display* display, KeySym keysym, bool down)
+{
+    XTestFakeKeyEvent(display, XKeysymToKeycode(display, keysym), down ? True : False, CurrentTime);
+    XSync(display, False);
+}
+}
+
+TestDesktop::TestDesktop(int width, int height)
+    : width(width), height(height), display(XOpenDisplay(nullptr)), parent(0)
 {
     if (!display)
     {
@@ -31,38 +41,38 @@ TestDesktop::~TestDesktop()
 {
     if (display)
     {
-        if (parent)
-        {
-            XDestroyWindow(display, parent);
-        }
+        destroyParent();
         XCloseDisplay(display);
     }
 }
 
+bool TestDesktop::isConnected() const
+{
+    return display != nullptr;
+}
+
 void* TestDesktop::getParentHandle() const
 {
-    return reinterpret_cast<void*>(static_cast<uintptr_t>(parent));
+    return reinterpret_cast<void*>(parent);
+}
+
+void TestDesktop::handleEvents()
+{
+    // The editor has a connection of its own: nothing of it arrives here.
 }
 
 uintptr_t TestDesktop::findEditorWindow() const
 {
-    if (!parent)
-    {
-        return 0;
-    }
     ::Window root = 0;
     ::Window parentOfParent = 0;
     ::Window* children = nullptr;
     unsigned int count = 0;
-    uintptr_t child = 0;
-    if (XQueryTree(display, parent, &root, &parentOfParent, &children, &count) && count > 0)
+    if (!parent || !XQueryTree(display, parent, &root, &parentOfParent, &children, &count))
     {
-        child = children[0];
+        return 0;
     }
-    if (children)
-    {
-        XFree(children);
-    }
+    const uintptr_t child = count > 0 ? children[0] : 0;
+    XFree(children);
     return child;
 }
 
@@ -78,16 +88,24 @@ bool TestDesktop::getWindowSize(uintptr_t window, int& width, int& height) const
     return true;
 }
 
-unsigned long TestDesktop::pixelAt(int x, int y) const
+std::vector<uint32_t> TestDesktop::picture() const
 {
-    XImage* image = XGetImage(display, parent, x, y, 1, 1, AllPlanes, ZPixmap);
+    std::vector<uint32_t> pixels;
+    XImage* image = parent ? XGetImage(display, parent, 0, 0, width, height, AllPlanes, ZPixmap) : nullptr;
     if (!image)
     {
-        return 0;
+        return pixels;
     }
-    const unsigned long pixel = XGetPixel(image, 0, 0);
+    // The tests' servers are 24-bit TrueColor: a pixel is 0xRRGGBB.
+    for (int y = 0; y < height; ++y)
+    {
+        for (int x = 0; x < width; ++x)
+        {
+            pixels.push_back(static_cast<uint32_t>(XGetPixel(image, x, y)));
+        }
+    }
     XDestroyImage(image);
-    return pixel;
+    return pixels;
 }
 
 bool TestDesktop::isViewable(uintptr_t window) const
@@ -106,30 +124,24 @@ void TestDesktop::moveMouse(int x, int y)
 
 void TestDesktop::pressButton(int button)
 {
-    XTestFakeButtonEvent(display, static_cast<unsigned>(button), True, CurrentTime);
+    XTestFakeButtonEvent(display, button, True, CurrentTime);
     XSync(display, False);
 }
 
 void TestDesktop::releaseButton(int button)
 {
-    XTestFakeButtonEvent(display, static_cast<unsigned>(button), False, CurrentTime);
+    XTestFakeButtonEvent(display, button, False, CurrentTime);
     XSync(display, False);
 }
 
 void TestDesktop::holdShift(bool down)
 {
-    fakeKey(XK_Shift_L, down);
+    fakeKey(display, XK_Shift_L, down);
 }
 
 void TestDesktop::holdControl(bool down)
 {
-    fakeKey(XK_Control_L, down);
-}
-
-void TestDesktop::fakeKey(unsigned long keysym, bool down)
-{
-    XTestFakeKeyEvent(display, XKeysymToKeycode(display, keysym), down ? True : False, CurrentTime);
-    XSync(display, False);
+    fakeKey(display, XK_Control_L, down);
 }
 
 void TestDesktop::destroyParent()
@@ -140,11 +152,4 @@ void TestDesktop::destroyParent()
         XSync(display, False);
         parent = 0;
     }
-}
-
-void TestDesktop::makeFailingRequest()
-{
-    // No client owns this window id.
-    XUnmapWindow(display, 0x1fffffff);
-    XSync(display, False);
 }
