@@ -192,14 +192,16 @@ TEST_F(EditorMouseTest, ChoosingAMenuEntrySendsItsNormalisedValueAClickOutsideCh
     // A click outside an open list closes it unchanged, and the panel
     // comes back where the list was.
     effect->hostCalls.clear();
-    const uint32_t panel = pixelAt(430, 300);
+    // What the screen shows where the list opens.
+    const auto listArea = [this] { return desktop->picture().at(300 * panelWidth + 430); };
+    const uint32_t panel = listArea();
     click(420, 248);
     ASSERT_TRUE(idleUntil([scale] { return scale->isOpen(); }));
-    EXPECT_TRUE(idleUntil([&] { return pixelAt(430, 300) != panel; })) << "no list drawn";
+    EXPECT_TRUE(idleUntil([&] { return listArea() != panel; })) << "no list drawn";
     // Over the "Release" knob, which must not see the click either.
     click(450, 340);
     ASSERT_TRUE(idleUntil([scale] { return !scale->isOpen(); }));
-    EXPECT_TRUE(idleUntil([&] { return pixelAt(430, 300) == panel; })) << "the list stays on screen";
+    EXPECT_TRUE(idleUntil([&] { return listArea() == panel; })) << "the list stays on screen";
     EXPECT_TRUE(effect->automations().empty());
     EXPECT_EQ(scale->getCurrentIndex(), 2);
 }

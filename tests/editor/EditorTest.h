@@ -9,7 +9,6 @@
 #include <chrono>
 #include <memory>
 #include <thread>
-#include <vector>
 
 // An effect with its editor and a parent window on the tests' desktop.
 // Helpers open the editor through the dispatcher, as a host does, and run
@@ -66,13 +65,6 @@ protected:
             std::this_thread::sleep_for(std::chrono::milliseconds(2));
         }
         return false;
-    }
-
-    // What the parent shows at a point, 0xRRGGBB.
-    uint32_t pixelAt(int x, int y) const
-    {
-        const std::vector<uint32_t> pixels = desktop->picture();
-        return pixels.empty() ? 0 : pixels[static_cast<size_t>(y * panelWidth + x)];
     }
 
     // A few idle calls, for events that may take a round trip to arrive.

@@ -45,14 +45,12 @@ const char* const parentClass = "PalisorneTestHost";
 
 TestDesktop::TestDesktop(int width, int height) : width(width), height(height), display(nullptr), parent(0)
 {
-    WNDCLASSA windowClass = {};
-    windowClass.lpfnWndProc = DefWindowProcA;
-    windowClass.hInstance = GetModuleHandleA(nullptr);
-    windowClass.lpszClassName = parentClass;
+    const HINSTANCE program = GetModuleHandleA(nullptr);
+    const WNDCLASSA windowClass = {0, DefWindowProcA, 0, 0, program, nullptr, nullptr, nullptr, nullptr, parentClass};
     RegisterClassA(&windowClass); // fails harmlessly for every desktop after the first
     // Borderless at the screen's origin: parent coordinates are the screen's.
-    parent = reinterpret_cast<uintptr_t>(CreateWindowA(parentClass, "KW_Palisorne", WS_POPUP, 0, 0, width, height,
-                                                       nullptr, nullptr, windowClass.hInstance, nullptr));
+    parent = reinterpret_cast<uintptr_t>(
+        CreateWindowA(parentClass, "KW_Palisorne", WS_POPUP, 0, 0, width, height, nullptr, nullptr, program, nullptr));
     // Shown without activation: wine on a bare X server (no window manager)
     // waits two seconds for an activated window to be withdrawn when it is
     // destroyed.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdio>
 #include <sys/types.h>
 
 // A private X server for the tests: Xvfb on a free display number (it
@@ -16,6 +17,8 @@ public:
     bool isRunning() const { return server > 0 && keeper; }
 
 private:
+    // The server's standard output, where it wrote its display number.
+    FILE* output;
     pid_t server;
     // Held open for the server's whole life (see -terminate).
     struct _XDisplay* keeper;
