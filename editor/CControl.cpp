@@ -7,11 +7,7 @@ CControl::CControl(const CRect& size, CControlListener* listener, int tag)
 
 void CControl::setValue(float newValue)
 {
-    if (newValue != value)
-    {
-        value = newValue;
-        setDirty();
-    }
+    setDrawn(value, newValue);
 }
 
 float CControl::getValueNormalized() const

@@ -40,20 +40,12 @@ void CMyAnimKnob::setValueText(const char* text)
 
 void CMyAnimKnob::setTaperExponent(float exponent)
 {
-    if (exponent != taperExponent)
-    {
-        taperExponent = exponent;
-        setDirty();
-    }
+    setDrawn(taperExponent, exponent);
 }
 
 void CMyAnimKnob::setTextOnly(bool on)
 {
-    if (on != textOnly)
-    {
-        textOnly = on;
-        setDirty();
-    }
+    setDrawn(textOnly, on);
 }
 
 void CMyAnimKnob::setTextFont(const CFontDesc& font)

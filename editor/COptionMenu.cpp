@@ -45,11 +45,7 @@ bool COptionMenu::setCurrent(int index)
 
 void COptionMenu::setStyle(int newStyle)
 {
-    if (newStyle != style)
-    {
-        style = newStyle;
-        setDirty();
-    }
+    setDrawn(style, newStyle);
 }
 
 CRect COptionMenu::getListArea() const
@@ -195,10 +191,6 @@ bool COptionMenu::onMouseMoved(const CMouseEvent& event)
         return false;
     }
     const int entry = entryAt(event.x, event.y);
-    if (entry != hovered)
-    {
-        hovered = entry;
-        setDirty();
-    }
+    setDrawn(hovered, entry);
     return true;
 }

@@ -25,11 +25,7 @@ void CPlotAxes::setRange(float minimum, float maximum, float step)
 
 void CPlotAxes::setAxisLabels(bool on)
 {
-    if (on != axisLabels)
-    {
-        axisLabels = on;
-        setDirty();
-    }
+    setDrawn(axisLabels, on);
 }
 
 double CPlotAxes::valueToRow(float dB) const

@@ -68,40 +68,24 @@ void CVUMeter::reset()
 
 void CVUMeter::setInverted(bool on)
 {
-    if (on != inverted)
-    {
-        inverted = on;
-        setDirty();
-    }
+    setDrawn(inverted, on);
     reset();
 }
 
 void CVUMeter::setShowPeakHold(bool on)
 {
-    if (on != showPeakHold)
-    {
-        showPeakHold = on;
-        setDirty();
-    }
+    setDrawn(showPeakHold, on);
     reset();
 }
 
 void CVUMeter::setUpperZone(float dB)
 {
-    if (dB != upperZone)
-    {
-        upperZone = dB;
-        setDirty();
-    }
+    setDrawn(upperZone, dB);
 }
 
 void CVUMeter::setLowerZone(float dB)
 {
-    if (dB != lowerZone)
-    {
-        lowerZone = dB;
-        setDirty();
-    }
+    setDrawn(lowerZone, dB);
 }
 
 void CVUMeter::setLowZoneColour(const CColor& colour)
@@ -118,30 +102,18 @@ void CVUMeter::setHighZoneColour(const CColor& colour)
 
 void CVUMeter::setLabelOffset(float dB)
 {
-    if (dB != labelOffset)
-    {
-        labelOffset = dB;
-        setDirty();
-    }
+    setDrawn(labelOffset, dB);
 }
 
 void CVUMeter::setUpperClamp(float dB)
 {
-    if (dB != upperClamp)
-    {
-        upperClamp = dB;
-        setDirty();
-    }
+    setDrawn(upperClamp, dB);
     reset();
 }
 
 void CVUMeter::setLowerClamp(float dB)
 {
-    if (dB != lowerClamp)
-    {
-        lowerClamp = dB;
-        setDirty();
-    }
+    setDrawn(lowerClamp, dB);
 }
 
 bool CVUMeter::onMouseDown(const CMouseEvent& event)

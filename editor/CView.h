@@ -61,6 +61,16 @@ protected:
     // Whether the event lies in the draw area.
     bool isHit(const CMouseEvent& event) const;
     static bool isInside(const CRect& area, double x, double y);
+    // Sets a property the view draws; a change asks for a repaint.
+    template <class T>
+    void setDrawn(T& property, T value)
+    {
+        if (value != property)
+        {
+            property = value;
+            dirty = true;
+        }
+    }
 
 private:
     CRect size;
