@@ -2,14 +2,13 @@
 
 #include "blocks/CExactMath.h"
 #include "blocks/CQuantizerLanes.h"
+#include "blocks/SampleRateRange.h"
 
 #include <algorithm>
 #include <cmath>
 
 namespace
 {
-constexpr float minSampleRate = 22050.0f;
-constexpr float maxSampleRate = 192000.0f;
 // Rates from here up put the shaped noise above 15 kHz; below it the shelf
 // sits at 300 Hz.
 constexpr float highRateThreshold = 40000.0f;
@@ -61,7 +60,7 @@ void CQuantizer::setShaping(float amount)
 
 void CQuantizer::setRate(float fs)
 {
-    fs = std::min(maxSampleRate, std::max(minSampleRate, fs));
+    fs = clampSampleRate(fs);
     if (fs == sampleRate)
         return;
     sampleRate = fs;

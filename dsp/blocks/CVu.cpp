@@ -2,14 +2,13 @@
 
 #include "blocks/CExactMath.h"
 #include "blocks/CVuLanes.h"
+#include "blocks/SampleRateRange.h"
 
 #include <algorithm>
 #include <cmath>
 
 namespace
 {
-constexpr float minSampleRate = 22050.0f;
-constexpr float maxSampleRate = 192000.0f;
 constexpr float minSeconds = 1e-8f;
 constexpr auto relaxed = std::memory_order_relaxed;
 }
@@ -41,7 +40,7 @@ void CVu::process(const float* samples, uint32_t count)
 void CVu::setTime(float seconds, float sampleRate, int decimation)
 {
     // Limits first, so that a NaN lands on a limit rather than in the state.
-    sampleRate = std::min(maxSampleRate, std::max(minSampleRate, sampleRate));
+    sampleRate = clampSampleRate(sampleRate);
     seconds = std::max(minSeconds, seconds);
     const float updateRate = sampleRate / static_cast<float>(decimation);
     fall = CExactMath::exp(-1.0f / (seconds * updateRate));

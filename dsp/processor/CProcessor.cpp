@@ -1,5 +1,7 @@
 #include "processor/CProcessor.h"
 
+#include "blocks/SampleRateRange.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -26,7 +28,7 @@ void CProcessor::clear()
 
 void CProcessor::setSampleRate(float rate)
 {
-    const float clamped = std::min(std::max(rate, minSampleRate), maxSampleRate);
+    const float clamped = clampSampleRate(rate);
     if (clamped == fs)
         return;
     fs = clamped;

@@ -3,13 +3,10 @@
 #include <cstdint>
 
 // Common base of the multichannel processors: channel counts and a sample
-// rate kept within 22050..192000 Hz.
+// rate kept within the range every unit is designed for.
 class CProcessor
 {
 public:
-    static constexpr float minSampleRate = 22050.0f;
-    static constexpr float maxSampleRate = 192000.0f;
-
     CProcessor(int inputs, int outputs);
     virtual ~CProcessor() = default;
 
