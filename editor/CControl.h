@@ -21,7 +21,6 @@ public:
     virtual float getValue() const { return value; }
     // The value mapped onto 0..1 of the control's range.
     float getValueNormalized() const;
-    void setMin(float minimum) { vmin = minimum; }
     void setMax(float maximum) { vmax = maximum; }
     float getMin() const { return vmin; }
     float getMax() const { return vmax; }

@@ -31,10 +31,6 @@ public:
     void setDefaultValue(float newDefault) override;
 
     const char* getValueText() const { return valueText; }
-    float getTaperExponent() const { return taperExponent; }
-    bool isTextOnly() const { return textOnly; }
-    float getZoomFactor() const { return zoomFactor; }
-    float getWheelIncrement() const { return wheelIncrement; }
 
     // Wheel distance in detents (positive: up); fine is the zoom modifier.
     // True when handled.

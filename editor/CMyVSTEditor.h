@@ -53,7 +53,6 @@ public:
     // In the order of creation (see EditorLayout).
     CVUMeter* getMeter(int index) const;
     CURLButton* getLinkButton() const { return linkButton; }
-    CTextLabel* getVersionLabel() const { return versionLabel; }
 
     // The product's web page, opened by the link button.
     static constexpr const char* productPage = "https://www.virelmatt.com/palisorne";

@@ -12,7 +12,6 @@ public:
     CTextLabel(const CRect& size, const char* text);
 
     void setText(const char* newText);
-    const std::string& getText() const { return text; }
     void setFontColor(const CColor& colour);
     void setFont(const CFontDesc& newFont);
     void setHoriAlign(CDrawContext::Align align);

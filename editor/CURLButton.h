@@ -14,7 +14,6 @@ public:
                std::shared_ptr<const CBitmap> background);
 
     void setURL(const char* address);
-    const std::string& getURL() const { return address; }
 
 protected:
     bool onRelease() override;

@@ -32,7 +32,6 @@ public:
     virtual void setLowerClamp(float dB);
 
     bool isInverted() const { return inverted; }
-    bool getShowPeakHold() const { return showPeakHold; }
     float getUpperZone() const { return upperZone; }
     float getLowerZone() const { return lowerZone; }
     float getLabelOffset() const { return labelOffset; }

@@ -25,9 +25,6 @@ public:
     // 0: sine of sine-squared, 1: sine, 2: four-term Blackman-Harris.
     virtual void setWindow(int type);
 
-    int getFftLength() const { return fftLength; }
-    int getFrameLength() const { return frameLength; }
-    int getHop() const { return hop; }
     const float* getAnalysisWindow() const { return analysis.data(); }
 
 protected:

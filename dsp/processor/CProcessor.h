@@ -18,9 +18,6 @@ public:
     virtual float getSampleRate() const;
     virtual void update();
 
-    int getInputCount() const { return numInputs; }
-    int getOutputCount() const { return numOutputs; }
-
 protected:
     int8_t numInputs;
     int8_t numOutputs;

@@ -23,7 +23,6 @@ public:
     AudioFileReader(const AudioFileReader&) = delete;
     AudioFileReader& operator=(const AudioFileReader&) = delete;
 
-    const std::string& getPath() const { return path; }
     int getChannels() const { return info.channels; }
     int getSampleRate() const { return info.samplerate; }
     // As the file's header states it; the real count is what read() delivers.

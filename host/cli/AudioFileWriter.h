@@ -51,7 +51,6 @@ public:
 
     // The file a render can read back after commit(); empty for a stream.
     const std::string& getReadablePath() const { return readablePath; }
-    const std::string& getTemporaryPath() const { return temporaryPath; }
 
     // True when `path` is where this process's standard output goes.
     static bool namesStandardOutput(const std::string& path);

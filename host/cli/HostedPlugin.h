@@ -36,7 +36,6 @@ public:
     // process one block of silence, after which its latency is settled.
     void start(double sampleRate, int maxBlockFrames);
     void stop();
-    bool isStarted() const { return started; }
 
     // The program's name, read by index or, for effects that do not answer
     // that, by selecting the program for a moment.
