@@ -5,11 +5,13 @@
 #include "CVUMeter.h"
 
 #include <cmath>
-#ifndef _WIN32
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <string>
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <cstdlib>
 #include <sys/stat.h>
 #include <unistd.h>
 #endif
@@ -206,34 +208,69 @@ TEST_F(EditorMouseTest, ChoosingAMenuEntrySendsItsNormalisedValueAClickOutsideCh
     EXPECT_EQ(scale->getCurrentIndex(), 2);
 }
 
-// Linux only: under wine, ShellExecuteA hands the address to the system's
-// xdg-open, found on a path the test program cannot change.
-#ifndef _WIN32
-TEST_F(EditorMouseTest, LinkButtonOpensTheProductPageWithXdgOpen)
+// The link button hands the product page to the system, which starts the
+// user's browser; a stand-in browser writes down the address it is given.
+class LinkButtonTest : public EditorMouseTest
 {
-    // A stand-in xdg-open first on PATH writes down its argument.
+protected:
+    // Clicks the button and reads what the stand-in wrote into record.
+    std::string clickAndReadAddress(const std::string& record)
+    {
+        click(253, 416);
+        std::string address;
+        idleUntil([&] {
+            std::ifstream file(record);
+            return std::getline(file, address) && !file.eof();
+        });
+        std::remove(record.c_str());
+        address.erase(address.find_last_not_of(" \r") + 1);
+        return address;
+    }
+};
+
+#ifdef _WIN32
+// The shell runs the command registered for the https scheme. Wine reads
+// only the machine's classes, so the stand-in goes there for the test's run;
+// skipped where the registry refuses it.
+TEST_F(LinkButtonTest, OpensTheProductPageThroughTheShell)
+{
+    const char* const key = "Software\\Classes\\https\\shell\\open\\command";
+    char folder[MAX_PATH];
+    ASSERT_GT(GetTempPathA(MAX_PATH, folder), 0u);
+    const std::string record = std::string(folder) + "palisorne-opened.txt";
+    char browser[2048];
+    DWORD browserSize = sizeof browser;
+    const std::string standIn = "cmd.exe /c echo %1> \"" + record + "\"";
+    if (RegGetValueA(HKEY_LOCAL_MACHINE, key, nullptr, RRF_RT_REG_SZ, nullptr, browser, &browserSize) != ERROR_SUCCESS ||
+        RegSetKeyValueA(HKEY_LOCAL_MACHINE, key, nullptr, REG_SZ, standIn.c_str(), DWORD(standIn.size() + 1)) !=
+            ERROR_SUCCESS)
+    {
+        GTEST_SKIP() << "no https command that the test may replace";
+    }
+    const std::string address = clickAndReadAddress(record);
+    RegSetKeyValueA(HKEY_LOCAL_MACHINE, key, nullptr, REG_SZ, browser, browserSize);
+    EXPECT_EQ(address, "https://www.virelmatt.com/palisorne");
+    EXPECT_TRUE(effect->automations().empty());
+}
+#else
+TEST_F(LinkButtonTest, OpensTheProductPageWithXdgOpen)
+{
+    // The stand-in is the xdg-open first on PATH.
     char folder[] = "/tmp/palisorne-xdg-XXXXXX";
     ASSERT_NE(mkdtemp(folder), nullptr);
     const std::string script = std::string(folder) + "/xdg-open";
     const std::string record = std::string(folder) + "/opened";
     {
         std::ofstream file(script);
-        file << "#!/bin/sh\nprintf '%s' \"$1\" > \"" << record << ".tmp\" && mv \"" << record << ".tmp\" \""
+        file << "#!/bin/sh\nprintf '%s\\n' \"$1\" > \"" << record << ".tmp\" && mv \"" << record << ".tmp\" \""
              << record << "\"\n";
     }
     chmod(script.c_str(), 0755);
     const std::string path = std::string(folder) + ":" + std::getenv("PATH");
     setenv("PATH", path.c_str(), 1);
 
-    click(253, 416);
-    ASSERT_TRUE(idleUntil([&record] { return access(record.c_str(), F_OK) == 0; }));
-    std::ifstream opened(record);
-    std::string address;
-    std::getline(opened, address);
-    EXPECT_EQ(address, "https://www.virelmatt.com/palisorne");
+    EXPECT_EQ(clickAndReadAddress(record), "https://www.virelmatt.com/palisorne");
     EXPECT_TRUE(effect->automations().empty());
-
-    std::remove(record.c_str());
     std::remove(script.c_str());
     rmdir(folder);
 }
