@@ -69,4 +69,8 @@ TEST(VUMeterTest, FlagAndUpperClampSettersResetTheMeterOthersDoNot)
     meter.setRange(-32.0f, 1.9f, 4.0f);
     EXPECT_EQ(meter.getValue(), -6.0f);
     EXPECT_EQ(meter.getPeakHold(), -6.0f);
+    // A new "Scale" entry moves the zones: the meter is drawn again.
+    meter.setDirty(false);
+    meter.setUpperZone(-8.0f);
+    EXPECT_TRUE(meter.isDirty());
 }

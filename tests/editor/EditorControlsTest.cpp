@@ -77,6 +77,9 @@ TEST(ControlsTest, KnobKeepsEightCharactersRaisesItsDefaultAndRedrawsOnlyOnChang
     knob->setDirty(false);
     knob->setTextFont(kNormalFontVeryBig);
     EXPECT_TRUE(knob->isDirty());
+    knob->setDirty(false);
+    knob->setValue(0.3f); // as the host's automation sets it
+    EXPECT_TRUE(knob->isDirty());
 
     // Stored raised to the taper: 0.25^0.5.
     knob->setDefaultValue(0.25f);
