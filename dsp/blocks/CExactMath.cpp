@@ -189,19 +189,26 @@ float toFloat(double x)
 }
 
 constexpr float infinity = std::numeric_limits<float>::infinity();
-}
 
-float CExactMath::exp(float x)
+// e^x rounded to float; beyond these bounds it overflows or underflows
+// whatever the rounding.
+float expRounded(double x)
 {
-    if (x > 100.0f)
+    if (x > 100.0)
     {
         return infinity;
     }
-    if (x < -120.0f)
+    if (x < -120.0)
     {
         return 0.0f;
     }
     return toFloat(expDouble(x));
+}
+}
+
+float CExactMath::exp(float x)
+{
+    return expRounded(x);
 }
 
 float CExactMath::exp10(float x)
@@ -224,16 +231,7 @@ float CExactMath::pow(float base, float exponent)
     {
         return 1.0f;
     }
-    const double power = exponent * logDouble(base);
-    if (power > 100.0)
-    {
-        return infinity;
-    }
-    if (power < -120.0)
-    {
-        return 0.0f;
-    }
-    return toFloat(expDouble(power));
+    return expRounded(exponent * logDouble(base));
 }
 
 float CExactMath::log10(float x)
